@@ -1,0 +1,43 @@
+#include "KavraGeneric/Components/Slot.h"
+
+#include "KavraGeneric/Components/DeviceBase.h"
+#include "KavraGeneric/Drivers/Drivers.h"
+#include "KavraGeneric/HostServices.h"
+
+#include <cstddef>
+
+namespace Component::LogicalDevice {
+
+Slot::Slot() : host_( &ops_, this ) {}
+
+Slot::~Slot() = default;
+
+pl_status Slot::getPresenceCallback( pl_slot *slot, char **fdl ) {
+    pl_trace( 4, "%s(%p)", "getPresenceCallback", static_cast<const void *>( slot ) );
+    return HostRecord<pl_slot, Slot>::deviceOf( slot ).getPresence( fdl );
+}
+
+const pl_slot_ops Slot::ops_ = {
+    .size = sizeof( pl_slot_ops ),
+    .reserved = 0,
+    .getPresence = getPresenceCallback,
+};
+static_assert( sizeof( pl_slot_ops ) == 16 );
+static_assert( offsetof( pl_slot_ops, getPresence ) == 8 );
+
+} // namespace Component::LogicalDevice
+
+pl_slot *pl_slot_add( const char *arguments ) {
+    Drivers::DriverArgs args;
+    Component::DeviceBase *device = Component::DeviceBase::create( arguments, args );
+    if ( !device ) {
+        pl_trace( 0, "DeviceBase::create() failed" );
+        return nullptr;
+    }
+    Component::LogicalDevice::Slot *slot = device->newSlot( args );
+    if ( !slot ) {
+        pl_trace( 0, "newSlot() failed" );
+        return nullptr;
+    }
+    return slot->record();
+}

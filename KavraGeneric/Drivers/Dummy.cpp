@@ -1,0 +1,9 @@
+#include "KavraGeneric/Drivers/Dummy.h"
+
+namespace Drivers {
+
+Component::DeviceBase *Dummy::create( const DriverArgs &, Ham::Ham * ) {
+    return new Dummy;
+}
+
+} // namespace Drivers

@@ -1,0 +1,270 @@
+// From the topology document to the tree. The order of the steps in each builder decides which
+// assertion a broken document meets first and which of two equal labels wins.
+#include "KavraGeneric/Topology/Loader.h"
+
+#include "KavraGeneric/Drivers/Drivers.h"
+#include "KavraGeneric/HostServices.h"
+#include "KavraGeneric/Topology/Topology.h"
+
+#include <string_view>
+
+namespace Topology {
+
+namespace {
+
+// Hands every element of an optional array of objects to a function.
+void forEachObject( const rapidjson::Value &json, const char *key, const auto &function ) {
+    const auto member = json.FindMember( key );
+    if ( member == json.MemberEnd() ) {
+        return;
+    }
+    for ( auto it = member->value.Begin(); it != member->value.End(); ++it ) {
+        assert( it->IsObject() );
+        function( *it );
+    }
+}
+
+void reserveFor( auto &children, const rapidjson::Value &json, const char *key ) {
+    const auto member = json.FindMember( key );
+    if ( member != json.MemberEnd() && member->value.IsArray() ) {
+        children.reserve( member->value.Size() );
+    }
+}
+
+struct MediumType {
+    std::string_view name;
+    std::shared_ptr<MediumNode> ( *build )( const rapidjson::Value &json );
+};
+
+template <typename Medium>
+std::shared_ptr<MediumNode> build( const rapidjson::Value &json ) {
+    return Medium::fromJSON( json );
+}
+
+constexpr MediumType mediumTypes[] = {
+    { "SCD", build<SCD> },         { "I2C", build<I2C> },
+    { "IOPort", build<IOPort> },   { "Celestica", build<Celestica> },
+    { "PLM", build<PLM> },         { "SccSpi", build<SccSpi> },
+    { "LinuxFs", build<LinuxFs> }, { "FbDomFpga", build<FbDomFpga> },
+};
+
+std::shared_ptr<MediumNode> buildMedium( std::string_view type, const rapidjson::Value &json ) {
+    for ( const MediumType &medium : mediumTypes ) {
+        if ( medium.name == type ) {
+            return medium.build( json );
+        }
+    }
+    assert( false && "Unknown type" );
+    return nullptr;
+}
+
+} // namespace
+
+void Node::init( std::shared_ptr<Node> node, const rapidjson::Value &json ) {
+    const auto label = json.FindMember( "label" );
+    if ( label != json.MemberEnd() ) {
+        // Documents tend to list labels in ascending order, which makes the end a good hint.
+        _topology_index.insert_or_assign( _topology_index.end(), label->value.GetString(),
+                                          std::move( node ) );
+    }
+}
+
+std::shared_ptr<Component> Component::fromJSON( const rapidjson::Value &json ) {
+    assert( json.IsObject() );
+    assert( json.HasMember( "uid" ) );
+    auto component = std::make_shared<Component>();
+    component->uid = json["uid"].GetUint();
+    Node::init( component, json );
+    return component;
+}
+
+// Documents are devices for the most part, so this one looks each key up once.
+std::shared_ptr<Device> Device::fromJSON( const rapidjson::Value &json ) {
+    assert( json.IsObject() );
+    const auto did = json.FindMember( "did" );
+    ASSERT_TEXT( did != json.MemberEnd(), "json.HasMember( \"did\" )" );
+    auto device = std::make_shared<Device>();
+    device->did = did->value.GetUint();
+    Node::init( device, json );
+    if ( json.HasMember( "driver" ) ) {
+        device->driverArgs = Drivers::DriverArgs::fromJSON( json );
+    }
+    forEachObject( json, "components", [&]( const rapidjson::Value &entry ) {
+        device->components.push_back( Component::fromJSON( entry ) );
+    } );
+    return device;
+}
+
+std::shared_ptr<Mux> Mux::fromJSON( const rapidjson::Value &json ) {
+    assert( json.IsObject() );
+    assert( json.HasMember( "did" ) );
+    auto mux = std::make_shared<Mux>();
+    Node::init( mux, json );
+    mux->did = json["did"].GetUint();
+    // A later bus takes an earlier one's place without a word, unlike in the maps further up.
+    forEachObject( json, "busses", [&]( const rapidjson::Value &entry ) {
+        auto bus = Bus::fromJSON( entry );
+        mux->busses[bus->id] = bus;
+    } );
+    return mux;
+}
+
+std::shared_ptr<Bus> Bus::fromJSON( const rapidjson::Value &json ) {
+    auto bus = std::make_shared<Bus>();
+    Bus::init( bus, json );
+    return bus;
+}
+
+void Bus::init( std::shared_ptr<Bus> bus, const rapidjson::Value &json ) {
+    assert( json.IsObject() );
+    assert( json.HasMember( "id" ) );
+    Node::init( bus, json );
+    bus->id = static_cast<uint32_t>( json["id"].GetInt() );
+    reserveFor( bus->devices, json, "devices" );
+    forEachObject( json, "devices", [&]( const rapidjson::Value &entry ) {
+        bus->devices.push_back( Device::fromJSON( entry ) );
+    } );
+    forEachObject( json, "muxes", [&]( const rapidjson::Value &entry ) {
+        bus->muxes.push_back( Mux::fromJSON( entry ) );
+    } );
+}
+
+std::shared_ptr<Accelerator> Accelerator::fromJSON( const rapidjson::Value &json ) {
+    assert( json.IsObject() );
+    assert( json.HasMember( "id" ) );
+    auto accel = std::make_shared<Accelerator>();
+    Node::init( accel, json );
+    accel->id = json["id"].GetUint();
+    if ( json.HasMember( "busses" ) ) {
+        const rapidjson::Value &busses = json["busses"];
+        assert( busses.IsArray() );
+        for ( auto it = busses.Begin(); it != busses.End(); ++it ) {
+            auto bus = Bus::fromJSON( *it );
+            assert( accel->busses.find( bus->id ) == accel->busses.end() );
+            accel->busses.emplace( bus->id, bus );
+        }
+    }
+    return accel;
+}
+
+std::shared_ptr<SCD> SCD::fromJSON( const rapidjson::Value &json ) {
+    auto scd = std::make_shared<SCD>();
+    Node::init( scd, json );
+    assert( json.IsObject() );
+    assert( json.HasMember( "pci" ) );
+    scd->pci = json["pci"].GetUint();
+    if ( json.HasMember( "accelerators" ) ) {
+        const rapidjson::Value &accels = json["accelerators"];
+        assert( accels.IsArray() );
+        for ( auto it = accels.Begin(); it != accels.End(); ++it ) {
+            auto accel = Accelerator::fromJSON( *it );
+            assert( scd->accelerators.find( accel->id ) == scd->accelerators.end() );
+            scd->accelerators.emplace( accel->id, accel );
+        }
+    }
+    return scd;
+}
+
+std::shared_ptr<Celestica> Celestica::fromJSON( const rapidjson::Value &json ) {
+    auto cel = std::make_shared<Celestica>();
+    Node::init( cel, json );
+    if ( json.HasMember( "accelerators" ) ) {
+        const rapidjson::Value &accels = json["accelerators"];
+        assert( accels.IsArray() );
+        for ( auto it = accels.Begin(); it != accels.End(); ++it ) {
+            auto accel = Accelerator::fromJSON( *it );
+            assert( cel->accelerators.find( accel->id ) == cel->accelerators.end() );
+            cel->accelerators.emplace( accel->id, accel );
+        }
+    }
+    return cel;
+}
+
+std::shared_ptr<LinuxFs> LinuxFs::fromJSON( const rapidjson::Value &json ) {
+    auto medium = std::make_shared<LinuxFs>();
+    Node::init( medium, json );
+    forEachObject( json, "devices", [&]( const rapidjson::Value &entry ) {
+        medium->devices.push_back( Device::fromJSON( entry ) );
+    } );
+    return medium;
+}
+
+std::shared_ptr<I2C> I2C::fromJSON( const rapidjson::Value &json ) {
+    auto medium = std::make_shared<I2C>();
+    if ( json.HasMember( "simulated" ) ) {
+        medium->simulated = json["simulated"].GetBool();
+    }
+    Bus::init( medium, json );
+    return medium;
+}
+
+std::shared_ptr<IOPort> IOPort::fromJSON( const rapidjson::Value &json ) {
+    auto medium = std::make_shared<IOPort>();
+    Bus::init( medium, json );
+    return medium;
+}
+
+std::shared_ptr<PLM> PLM::fromJSON( const rapidjson::Value &json ) {
+    auto medium = std::make_shared<PLM>();
+    Bus::init( medium, json );
+    return medium;
+}
+
+std::shared_ptr<SccSpi> SccSpi::fromJSON( const rapidjson::Value &json ) {
+    auto medium = std::make_shared<SccSpi>();
+    Bus::init( medium, json );
+    return medium;
+}
+
+std::shared_ptr<FbDomFpga> FbDomFpga::fromJSON( const rapidjson::Value &json ) {
+    auto medium = std::make_shared<FbDomFpga>();
+    Bus::init( medium, json );
+    assert( json.IsObject() );
+    assert( json.HasMember( "pci" ) );
+    medium->pci = json["pci"].GetUint();
+    return medium;
+}
+
+Topology *Topology::fromJSON( const rapidjson::Document &json ) {
+    assert( json.IsArray() );
+    auto topology = std::make_unique<Topology>();
+    for ( auto it = json.Begin(); it != json.End(); ++it ) {
+        assert( it->IsObject() );
+        assert( it->HasMember( "type" ) );
+        assert( it->HasMember( "ham" ) );
+        auto medium = buildMedium( ( *it )["type"].GetString(), *it );
+        medium->ham = ( *it )["ham"].GetString();
+        topology->roots.push_back( std::move( medium ) );
+    }
+    return topology.release();
+}
+
+int loadTopology( const char *json ) {
+    if ( _topology_json == json && _topology ) {
+        pl_trace( 2, "topology is the same as the previously loaded one (using it)" );
+        return PL_STATUS_OK;
+    }
+    pl_trace( 2, "loading topology json" );
+    rapidjson::Document document;
+    document.Parse( json );
+    if ( document.HasParseError() ) {
+        pl_trace( 2, "failed to load topology from json: %s offset %zd",
+                  rapidjson::GetParseError_En( document.GetParseError() ),
+                  document.GetErrorOffset() );
+        return PL_STATUS_INVALID;
+    }
+    if ( _topology ) {
+        delete _topology;
+        _topology = nullptr;
+        _topology_index.clear();
+    }
+    _topology = Topology::Topology::fromJSON( document );
+    if ( !_topology ) {
+        pl_trace( 2, "failed to create topology tree" );
+        return PL_STATUS_FAILED;
+    }
+    _topology_json = json;
+    return PL_STATUS_OK;
+}
+
+} // namespace Topology
