@@ -1,0 +1,126 @@
+#include "HostTool/Commands.h"
+
+#include "HostTool/List.h"
+#include "HostTool/Nearest.h"
+#include "HostTool/Show.h"
+#include "HostTool/Table.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace HostTool {
+
+namespace {
+
+void print( const std::string &text ) {
+    fwrite( text.data(), 1, text.size(), stdout );
+}
+
+ExitCode list( Task &task ) {
+    print( task.options.json ? listAsJson( task.board, task.entries )
+                             : listAsText( task.entries ) );
+    return ExitCode::fine;
+}
+
+ExitCode show( Task &task ) {
+    readDevices( task.devices );
+    print( task.options.json ? showAsJson( task.devices )
+                             : showAsText( task.devices, wantsColour() ) );
+    const bool isWell =
+        std::none_of( task.devices.begin(), task.devices.end(),
+                      []( const Device &each ) { return isTrouble( each.state ); } );
+    return isWell ? ExitCode::fine : ExitCode::boardTrouble;
+}
+
+constexpr CommandRow commandRows[] = {
+    { "list", "[DEVICE...]", "what devices.json describes; needs no server, no library",
+      Needs::entries, list,
+      R"(Prints class, name, driver, did and thresholds of each entry, or of those named.
+
+Examples:
+  kavractl list
+  kavractl list --json inlet outlet
+)" },
+    { "show", "[DEVICE...]", "add the devices and show what each of them reads", Needs::devices,
+      show,
+      R"(Adds every entry of devices.json, or those named, and prints a table a class.
+A value that could not be read is shown as --, with the reason at the end of the
+line; n/a is a value that the device does not have.
+
+Exit code 1 when a device could not be added or read, is above a threshold or
+says of itself that it is not well.
+
+Examples:
+  kavractl show
+  kavractl show inlet outlet
+  kavractl show --json | jq '.devices[] | select(.state != "ok")'
+)" },
+};
+
+constexpr const char *optionsHelp = R"(
+Options:
+  --board DIR         folder with topology.json and devices.json
+                      (else $KAVRA_BOARD, ./boards/VundaT, the installed board)
+  --library PATH      the platform library (else $KAVRA_LIBRARY, the one beside
+                      this program, libKavraDriversVundaT.so.1)
+  --socket PATH       the SMBus server's socket
+                      (else $SMBUSD_SOCKET, /run/smbusd.sock)
+  --wait              wait up to 30 s for the SMBus server
+  --simulate[=DIR]    keep registers in files of DIR and reach no hardware;
+                      the library wants a server all the same
+  --json              print JSON
+  --trace LEVEL       print the library's traces up to LEVEL, 0 to 7, to stderr
+  --help, -h          this text, or that of a command
+  --version           the version
+
+Exit codes:
+  0  fine
+  1  something on the board is wrong or unreadable
+  2  the call or a document is wrong
+  3  the server or the library cannot be had
+
+Examples:
+  kavra-smbusd --socket ./smbusd.sock --board boards/VundaT/emulation.json &
+  kavractl --socket ./smbusd.sock show
+  kavractl list --board boards/VundaT
+  kavractl show --json inlet
+)";
+
+} // namespace
+
+const CommandRow &findCommand( const std::string &name ) {
+    const auto row = std::find_if( std::begin( commandRows ), std::end( commandRows ),
+                                   [&]( const CommandRow &each ) { return name == each.name; } );
+    if ( row == std::end( commandRows ) ) {
+        std::vector<std::string> known;
+        for ( const CommandRow &each : commandRows ) {
+            known.emplace_back( each.name );
+        }
+        throw Failure( ExitCode::badInput, "unknown command '" + name + "'; the nearest is '" +
+                                               nearest( name, known ) +
+                                               "', and kavractl --help has all of them" );
+    }
+    return *row;
+}
+
+std::string help() {
+    std::string text =
+        "usage: kavractl [OPTION...] COMMAND [DEVICE...]\n\n"
+        "Loads the platform library as a host does and works on a board's devices.\n\n"
+        "Commands:\n";
+    for ( const CommandRow &row : commandRows ) {
+        std::array<char, 128> line;
+        snprintf( line.data(), line.size(), "  %-18s  %s\n",
+                  ( std::string( row.name ) + " " + row.operands ).c_str(), row.help );
+        text += line.data();
+    }
+    return text + optionsHelp;
+}
+
+std::string helpOf( const CommandRow &command ) {
+    return "usage: kavractl [OPTION...] " + std::string( command.name ) + " " + command.operands +
+           "\n\n" + command.details;
+}
+
+} // namespace HostTool

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct sd_event;
+
+namespace HostTool {
+
+/// What the library imports from its host: the trace function and the timers, on one event loop.
+/// There is one, because the library finds the services by symbol name.
+class HostServices {
+  public:
+    static HostServices &get();
+
+    /// Prints the library's lines of this level and below to stderr; -1, the start value, prints
+    /// none.
+    void traceLevelIs( int level ) { traceLevel_ = level; }
+
+    /// Forgets the lines kept so far: what comes now belongs to the next call into the library.
+    void forgetLines() { lines_.clear(); }
+    /// The important lines (levels 0 to 3) since then, the latest last; the oldest of many are
+    /// gone.
+    const std::vector<std::string> &lines() const { return lines_; }
+    /// The latest of them; empty when the library said nothing.
+    std::string lastLine() const { return lines_.empty() ? std::string() : lines_.back(); }
+
+    bool wants( int level ) const;
+    void keep( int level, const std::string &text );
+
+    sd_event *loop() { return loop_; }
+    /// Runs the event loop, and with it the library's timers, for a while.
+    void runFor( int milliseconds );
+
+  private:
+    HostServices();
+
+    int traceLevel_ = -1;
+    std::vector<std::string> lines_;
+    sd_event *loop_ = nullptr;
+};
+
+/// Text from outside with everything but printable ASCII replaced, so that it can neither disturb a
+/// terminal nor break JSON. Line ends stay only when asked for.
+std::string printable( std::string text, bool keepLineEnds = false );
+
+} // namespace HostTool

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace HostTool {
+
+/// The command line, taken apart.
+struct Options {
+    std::string command; ///< empty when none was given
+    std::vector<std::string> operands;
+
+    std::string board;
+    std::string library;
+    std::string socket;
+    bool simulate = false;
+    std::string simulationFolder; ///< empty: the library's own choice
+    bool wait = false;
+    bool json = false;
+    int traceLevel = -1; ///< -1: no traces
+    bool help = false;
+    bool version = false;
+};
+
+/// Options may stand before and behind the command; "--" ends them.
+/// @throw Failure (badInput) for an unknown option, with the nearest one, and for a bad value.
+Options parseOptions( const std::vector<std::string> &arguments );
+
+/// Hands on to the library, which reads its environment, what the options say.
+void setEnvironment( const Options &options );
+
+} // namespace HostTool

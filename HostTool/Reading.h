@@ -1,0 +1,60 @@
+#pragma once
+
+#include <PlatformLibrary/pl.h>
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace HostTool {
+
+/// One value of a device, or the reason why there is none. A reading that failed has no number at
+/// all, so that none can be shown for it.
+struct Reading {
+    using Value = std::variant<std::monostate, bool, int, float, std::string>;
+
+    Value value;
+    pl_status status = PL_STATUS_OK;
+    std::string reason; ///< why there is no value; empty when there is one
+
+    static Reading of( Value value ) { return { std::move( value ), PL_STATUS_OK, "" }; }
+    /// The reason is the library's own last line, or what the status means when it said nothing.
+    static Reading failed( pl_status status );
+
+    bool hasValue() const { return value.index() != 0; }
+};
+
+/// What a reading is called and measured in.
+struct Column {
+    const char *key;  ///< in JSON
+    const char *unit; ///< "C", "A"; empty when the value has none
+    int decimals;     ///< shown to a person
+};
+
+/// What a device is like, judged by its readings.
+enum class State {
+    ok,
+    added,    ///< the library has it, and there is nothing about it that can be read
+    absent,   ///< the place is there, the part is not
+    alert,    ///< at or above the alert threshold
+    critical, ///< at or above the critical threshold
+    bad,      ///< the device says of itself that it is not well
+    failed,   ///< it could not be added or read
+};
+
+const char *nameOf( State state );
+/// "PL_STATUS_IO_ERROR"; "status 17" for one that has no name.
+std::string nameOf( pl_status status );
+/// What the status says to a person: "no server, a failed access, or a time limit".
+const char *meaningOf( pl_status status );
+
+/// True for the states that make the exit code 1.
+bool isTrouble( State state );
+
+/// Every reading of a device that could not be asked at all.
+std::vector<Reading> allFailed( size_t count, pl_status status, const std::string &reason );
+
+/// What the readings alone tell: failed, absent, ok or added.
+State stateOf( const std::vector<Reading> &readings );
+
+} // namespace HostTool

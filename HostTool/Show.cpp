@@ -1,0 +1,201 @@
+#include "HostTool/Show.h"
+
+#include "HostTool/Json.h"
+#include "HostTool/Table.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cstdio>
+#include <sstream>
+
+namespace HostTool {
+
+namespace {
+
+constexpr int thresholdDecimals = 1;
+
+std::string number( double value, int decimals, const std::string &unit ) {
+    std::array<char, 64> text;
+    snprintf( text.data(), text.size(), "%.*f", decimals, value );
+    return unit.empty() ? text.data() : text.data() + ( " " + unit );
+}
+
+struct ValueText {
+    const Column &column;
+    std::string operator()( std::monostate ) const { return "--"; }
+    std::string operator()( bool value ) const { return value ? "yes" : "no"; }
+    std::string operator()( int value ) const { return number( value, 0, column.unit ); }
+    std::string operator()( float value ) const {
+        return number( static_cast<double>( value ), column.decimals, column.unit );
+    }
+    std::string operator()( const std::string &value ) const { return value; }
+};
+
+/// "n/a" says by itself why there is no value: the device has none of this kind.
+std::string textOf( const Reading &reading, const Column &column ) {
+    if ( reading.status == PL_STATUS_NOT_SUPPORTED ) {
+        return "n/a";
+    }
+    return std::visit( ValueText{ column }, reading.value );
+}
+
+/// Why values are missing, each reason once with the values that it is the reason of.
+std::string reasonsOf( const Device &device ) {
+    std::vector<std::pair<std::string, std::string>> groups;
+    for ( size_t i = 0; i < device.readings.size(); ++i ) {
+        const Reading &reading = device.readings[i];
+        if ( reading.hasValue() || reading.status == PL_STATUS_NOT_SUPPORTED ) {
+            continue;
+        }
+        const std::string key = device.row->columns[i].key;
+        const auto group = std::find_if( groups.begin(), groups.end(), [&]( const auto &each ) {
+            return each.first == reading.reason;
+        } );
+        if ( group == groups.end() ) {
+            groups.emplace_back( reading.reason, key );
+        } else {
+            group->second += ", " + key;
+        }
+    }
+    if ( groups.empty() ) {
+        return device.refusal;
+    }
+    if ( groups.size() == 1 ) {
+        return groups.front().first;
+    }
+    std::string text;
+    for ( const auto &[reason, keys] : groups ) {
+        text.append( text.empty() ? "" : "; " ).append( keys ).append( ": " ).append( reason );
+    }
+    return text;
+}
+
+Colour colourOf( State state ) {
+    if ( !isTrouble( state ) ) {
+        return Colour::none;
+    }
+    return state == State::alert ? Colour::yellow : Colour::red;
+}
+
+std::string heading( std::string key ) {
+    std::transform( key.begin(), key.end(), key.begin(), []( char c ) {
+        return c == '_' ? ' ' : static_cast<char>( toupper( static_cast<unsigned char>( c ) ) );
+    } );
+    return key;
+}
+
+Table tableFor( const ClassRow &row ) {
+    std::vector<std::string> headings = { "NAME" };
+    for ( const Column &column : row.columns ) {
+        headings.push_back( heading( column.key ) );
+    }
+    if ( row.deviceClass == DeviceClass::tempSensor ) {
+        headings.insert( headings.end(), { "ALERT", "CRITICAL" } );
+    }
+    headings.insert( headings.end(), { "STATE", "REASON" } );
+    return Table( headings );
+}
+
+TableRow rowFor( const Device &device ) {
+    const Colour colour = colourOf( device.state );
+    TableRow row;
+    row.cells.push_back( { device.entry->name } );
+    for ( size_t i = 0; i < device.readings.size(); ++i ) {
+        const Column &column = device.row->columns[i];
+        std::string text = textOf( device.readings[i], column );
+        if ( text.find( '\n' ) != std::string::npos ) {
+            std::istringstream lines( text );
+            for ( std::string each; std::getline( lines, each ); ) {
+                row.below.push_back( each );
+            }
+            text = "below";
+        }
+        row.cells.push_back( { text, *column.unit ? Align::right : Align::left, colour } );
+    }
+    if ( const auto &thresholds = device.entry->thresholds ) {
+        for ( const float limit : { thresholds->alert, thresholds->critical } ) {
+            row.cells.push_back(
+                { number( static_cast<double>( limit ), thresholdDecimals, "C" ), Align::right } );
+        }
+    }
+    row.cells.push_back( { nameOf( device.state ), Align::left, colour } );
+    row.cells.push_back( { reasonsOf( device ) } );
+    return row;
+}
+
+struct ValueJson {
+    JsonWriter &writer;
+    void operator()( std::monostate ) const { writer.Null(); }
+    void operator()( bool value ) const { writer.Bool( value ); }
+    void operator()( int value ) const { writer.Int( value ); }
+    void operator()( float value ) const { writeFloat( writer, value ); }
+    void operator()( const std::string &value ) const { writeText( writer, value ); }
+};
+
+void writeReading( JsonWriter &writer, const Column &column, const Reading &reading ) {
+    writer.Key( column.key );
+    writer.StartObject();
+    writer.Key( "value" );
+    std::visit( ValueJson{ writer }, reading.value );
+    writer.Key( "unit" );
+    writeTextOrNull( writer, column.unit );
+    writer.Key( "status" );
+    writeText( writer, nameOf( reading.status ) );
+    writer.Key( "reason" );
+    writeTextOrNull( writer, reading.reason );
+    writer.EndObject();
+}
+
+void writeDevice( JsonWriter &writer, const Device &device ) {
+    writer.StartObject();
+    writeEntryKeys( writer, *device.entry );
+    writer.Key( "state" );
+    writer.String( nameOf( device.state ) );
+    writer.Key( "reason" );
+    writeTextOrNull( writer, device.refusal );
+    writer.Key( "readings" );
+    writer.StartObject();
+    for ( size_t i = 0; i < device.readings.size(); ++i ) {
+        writeReading( writer, device.row->columns[i], device.readings[i] );
+    }
+    writer.EndObject();
+    writer.EndObject();
+}
+
+} // namespace
+
+std::string showAsText( const std::vector<Device> &devices, bool coloured ) {
+    std::string text;
+    for ( const ClassName &each : classNames ) {
+        Table table = tableFor( rowOf( each.deviceClass ) );
+        bool isEmpty = true;
+        for ( const Device &device : devices ) {
+            if ( device.entry->deviceClass == each.deviceClass ) {
+                table.add( rowFor( device ) );
+                isEmpty = false;
+            }
+        }
+        if ( !isEmpty ) {
+            text += ( text.empty() ? "" : "\n" ) + std::string( each.name ) + "\n" +
+                    table.text( 2, coloured );
+        }
+    }
+    return text;
+}
+
+std::string showAsJson( const std::vector<Device> &devices ) {
+    rapidjson::StringBuffer buffer;
+    JsonWriter writer( buffer );
+    writer.StartObject();
+    writer.Key( "devices" );
+    writer.StartArray();
+    for ( const Device &device : devices ) {
+        writeDevice( writer, device );
+    }
+    writer.EndArray();
+    writer.EndObject();
+    return buffer.GetString() + std::string( "\n" );
+}
+
+} // namespace HostTool
