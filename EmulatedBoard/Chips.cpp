@@ -1,0 +1,30 @@
+#include "EmulatedBoard/Chips.h"
+
+#include "EmulatedBoard/Lm75.h"
+#include "EmulatedBoard/Pca9548.h"
+
+#include <algorithm>
+
+namespace EmulatedBoard {
+
+template <class Type>
+static std::unique_ptr<Chip> make( uint8_t address ) {
+    return std::make_unique<Type>( address );
+}
+
+// Every chip has its knobs in docs/emulated-board.md.
+static constexpr ChipType types[] = {
+    { "LM75", make<Lm75> },
+    { "PCA9548", make<Pca9548> },
+};
+
+std::span<const ChipType> chipTypes() {
+    return types;
+}
+
+const ChipType *findChipType( std::string_view name ) {
+    const auto *found = std::ranges::find( types, name, &ChipType::name );
+    return found == std::end( types ) ? nullptr : found;
+}
+
+} // namespace EmulatedBoard
