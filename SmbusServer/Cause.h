@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string_view>
+
+namespace SmbusServer {
+
+/// Why an operation failed.
+enum class Cause {
+    None,
+    NoAcknowledge,
+    BadBlockCount,
+    NoSuchBus,
+    UnknownRequest,
+    WideRegister,
+    WrongLength,
+    TooLong,
+};
+
+/// In the words of an answer's error text.
+std::string_view causeText( Cause cause );
+/// Whether another attempt could end differently.
+bool mayPass( Cause cause );
+
+} // namespace SmbusServer

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "SmbusServer/Descriptor.h"
+
+#include <stdexcept>
+#include <string>
+#include <sys/types.h>
+
+namespace SmbusServer {
+
+struct SocketError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Connects to a Unix stream socket, close-on-exec.
+/// @return an invalid descriptor with errno set when nobody listens there.
+Descriptor connectTo( const std::string &path, bool nonBlocking );
+
+/// A Unix stream socket that listens, with mode 0660. A file left behind by a server that is gone
+/// is replaced. The file goes with the object, unless somebody has put another one in its place.
+class ListeningSocket {
+  public:
+    /// @throw SocketError naming the path and the reason, for example a live server there.
+    explicit ListeningSocket( const std::string &path );
+    ListeningSocket( const ListeningSocket & ) = delete;
+    ListeningSocket &operator=( const ListeningSocket & ) = delete;
+    ~ListeningSocket();
+
+    int fd() const { return descriptor_.get(); }
+    const std::string &path() const { return path_; }
+
+  private:
+    void removeStale() const;
+    void listenThere();
+
+    std::string path_;
+    Descriptor descriptor_;
+    dev_t device_ = 0;
+    ino_t inode_ = 0;
+};
+
+} // namespace SmbusServer
