@@ -16,6 +16,10 @@ std::string shortForm( double number ) {
     return { text, end };
 }
 
+std::string wholeText( const rapidjson::Value &value ) {
+    return { value.GetString(), value.GetStringLength() };
+}
+
 // An integer beyond both 32-bit ranges has no text, like null, arrays and objects: drivers see an
 // empty setting and not a number that they would cut short.
 std::string settingText( const rapidjson::Value &value ) {
@@ -26,7 +30,7 @@ std::string settingText( const rapidjson::Value &value ) {
         return std::to_string( value.GetUint() );
     }
     if ( value.IsString() ) {
-        return { value.GetString(), value.GetStringLength() };
+        return wholeText( value );
     }
     if ( value.IsDouble() ) {
         return shortForm( value.GetDouble() );
@@ -59,16 +63,16 @@ void fill( DriverArgs &args, const rapidjson::Value &json ) {
     args.uid = json.HasMember( "uid" ) ? json["uid"].GetUint() : DriverArgs::noComponent;
     args.did = json["did"].GetUint();
     if ( !json["driver"].IsNull() ) {
-        args.driver = json["driver"].GetString();
+        args.driver = wholeText( json["driver"] );
     }
     if ( json.HasMember( "driverArgs" ) ) {
         for ( const auto &member : json["driverArgs"].GetObject() ) {
-            args.driverArgs[member.name.GetString()] = settingText( member.value );
+            args.driverArgs[wholeText( member.name )] = settingText( member.value );
         }
     }
     if ( args.isMultiDevice ) {
         for ( const auto &member : json["multiDeviceArgs"].GetObject() ) {
-            args.multiDeviceArgs[member.name.GetString()] = member.value.GetString();
+            args.multiDeviceArgs[wholeText( member.name )] = wholeText( member.value );
         }
     }
 }
