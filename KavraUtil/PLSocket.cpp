@@ -25,9 +25,9 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr std::size_t lengthSize = 4;
-constexpr std::size_t largestBody = 1024 * 1024;
+constexpr std::size_t largestBody = 1'048'576;
 // More than the queue of a Unix socket holds by default, so one recv takes all that has arrived.
-constexpr std::size_t usualBuffer = 256 * 1024;
+constexpr std::size_t usualBuffer = 262'144;
 constexpr milliseconds pauseBetweenAttempts{ 50 };
 // What sending fails with before the server took a byte: the batch may go to another connection.
 constexpr int nothingTaken = EPIPE;
@@ -58,7 +58,7 @@ int sendAll( int fd, std::string_view frame ) {
             return frame.size() == size ? nothingTaken : ECONNRESET;
         } else if ( errno != EINTR ) {
             return errno == EAGAIN ? ETIMEDOUT : errno;
-}
+        }
     }
     return 0;
 }
@@ -77,14 +77,14 @@ int PLSocket::setup() {
     const std::string_view path = socketPath();
     if ( path.size() >= sizeof( server.sun_path ) ) {
         return failure( ENAMETOOLONG );
-}
+    }
     path.copy( server.sun_path, path.size() );
 
     // Not blocking while it connects: a server whose queue of callers is full would hold us up.
     fd = ::socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0 );
     if ( fd == -1 ) {
         return failure( errno );
-}
+    }
     if ( ::connect( fd, reinterpret_cast<const sockaddr *>( &server ), sizeof server ) != 0 ||
          ::fcntl( fd, F_SETFL, 0 ) != 0 ) {
         const int error = errno;
@@ -102,7 +102,7 @@ int PLSocket::sendRequestWait( Smbus::TransactionRequest *request,
     const std::size_t size = request->ByteSizeLong();
     if ( size > largestBody ) {
         return failure( EMSGSIZE );
-}
+    }
 
     buffer_.resize( std::max( { buffer_.size(), usualBuffer, lengthSize + size } ) );
     const uint32_t length = htonl( static_cast<uint32_t>( size ) );
@@ -113,10 +113,10 @@ int PLSocket::sendRequestWait( Smbus::TransactionRequest *request,
     int error = sendFrame( lengthSize + size );
     if ( error == 0 ) {
         error = receiveAnswer( response );
-}
+    }
     if ( error == 0 ) {
         return 0;
-}
+    }
     disconnect();
     return failure( error );
 }
@@ -124,14 +124,14 @@ int PLSocket::sendRequestWait( Smbus::TransactionRequest *request,
 void PLSocket::disconnect() {
     if ( fd != -1 ) {
         ::close( std::exchange( fd, -1 ) );
-}
+    }
 }
 
 void PLSocket::waitLimitIs( milliseconds limit ) {
     limit = std::max( limit, milliseconds( 1 ) ); // a socket takes 0 for no limit
     if ( limit == waitLimit_ ) {
         return;
-}
+    }
     waitLimit_ = limit;
     const timeval time{ .tv_sec = limit.count() / 1000, .tv_usec = limit.count() % 1000 * 1000 };
     ::setsockopt( fd, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time );
@@ -147,7 +147,7 @@ int PLSocket::sendFrame( std::size_t size ) {
     }
     if ( error != nothingTaken ) {
         return error;
-}
+    }
 
     for ( const auto giveUp = Clock::now() + reconnectLimit;; ) {
         const int status = setup();
@@ -155,7 +155,7 @@ int PLSocket::sendFrame( std::size_t size ) {
         const bool mayTryAgain = status != 0 || error == nothingTaken;
         if ( !mayTryAgain || Clock::now() >= giveUp ) {
             return error;
-}
+        }
         std::this_thread::sleep_for( pauseBetweenAttempts );
     }
 }
@@ -164,12 +164,12 @@ int PLSocket::receiveAnswer( Smbus::TransactionResponse **response ) {
     std::size_t size = 0;
     if ( const int error = receiveFrame( size ) ) {
         return error;
-}
+    }
     auto answer = std::make_unique<Smbus::TransactionResponse>();
     if ( !answer->ParseFromArray( buffer_.data() + lengthSize,
                                   static_cast<int>( size - lengthSize ) ) ) {
         return EPROTO;
-}
+    }
     *response = answer.release();
     return 0;
 }
@@ -181,10 +181,10 @@ int PLSocket::receiveFrame( std::size_t &size ) {
         const ssize_t count = ::recv( fd, buffer_.data() + received, buffer_.size() - received, 0 );
         if ( count == 0 ) {
             return ECONNRESET;
-}
+        }
         if ( count < 0 && errno != EINTR ) {
             return errno == EAGAIN ? ETIMEDOUT : errno;
-}
+        }
         received += static_cast<std::size_t>( std::max( count, ssize_t{ 0 } ) );
 
         if ( received >= lengthSize ) {
@@ -192,17 +192,17 @@ int PLSocket::receiveFrame( std::size_t &size ) {
             // One byte too many was sent without being asked for: nothing behind it can be trusted.
             if ( size > lengthSize + largestBody || received > size ) {
                 return EPROTO;
-}
+            }
             if ( received == size ) {
                 return 0;
-}
+            }
             buffer_.resize( std::max( buffer_.size(), size + 1 ) );
         }
 
         const auto left = std::chrono::ceil<milliseconds>( deadline - Clock::now() );
         if ( left <= milliseconds( 0 ) ) {
             return ETIMEDOUT;
-}
+        }
         waitLimitIs( left );
     }
 }

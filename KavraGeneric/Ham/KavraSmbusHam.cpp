@@ -115,7 +115,10 @@ ResponseId KavraSmbusHam::addReadRequest( Smbus::RequestType type, unsigned reg,
 
 void KavraSmbusHam::addWriteRequest( Smbus::RequestType type, unsigned reg, const void *data,
                                      unsigned length, bool flag ) {
-    requestInit( type, reg, length, flag ).set_data( data, length );
+    // In place: set_data() would copy a long text by way of a new one.
+    requestInit( type, reg, length, flag )
+        .mutable_data()
+        ->assign( static_cast<const char *>( data ), length );
 }
 
 ResponseId KavraSmbusHam::addRecvByte() {
