@@ -9,7 +9,6 @@ PlatformLibrary::PLSocket *_plSock = nullptr;
 
 namespace {
 
-constexpr int connectAttempts = 30;
 constexpr unsigned secondsBetweenAttempts = 1;
 
 bool connectWithRetries( int retries ) {
@@ -90,8 +89,4 @@ pl_status pl_gpio_init( const char *topology ) {
 pl_status pl_smbus_init( const char *topology ) {
     pl_trace( 7, "%s\n", "pl_smbus_init" );
     return kavraLibraryInit( "pl_smbus_init", topology, connectAttempts );
-}
-
-pl_status pl_system_init( const char *topology ) {
-    return kavraLibraryInit( "pl_system_init", topology, connectAttempts );
 }

@@ -8,6 +8,9 @@
 /// from then on. Every access method sends through it.
 extern PlatformLibrary::PLSocket *_plSock;
 
+/// Attempts of every pl_<class>_init() to connect.
+constexpr int connectAttempts = 30;
+
 /// Connects to the SMBus server, once per process.
 /// @param name    of the entry point, for the trace
 /// @param retries attempts; each one that fails is followed by a second of sleep

@@ -1,6 +1,7 @@
 #include "KavraGeneric/VundaTSystem.h"
 
 #include "KavraGeneric/HostServices.h"
+#include "KavraGeneric/Library.h"
 
 #include <cstddef>
 
@@ -23,6 +24,10 @@ static const pl_system_ops systemOps = {
 static_assert( sizeof( pl_system_ops ) == 40 );
 static_assert( offsetof( pl_system_ops, powercycle ) == 16 );
 static_assert( offsetof( pl_system_ops, get_reload_cause ) == 24 );
+
+pl_status pl_system_init( const char *topology ) {
+    return kavraLibraryInit( "pl_system_init", topology, connectAttempts );
+}
 
 pl_system *pl_system_add( const char *arguments ) {
     pl_trace( 0, "VundaTSystem::pl_system_add( '%s' )", arguments );
