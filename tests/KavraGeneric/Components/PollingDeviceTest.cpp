@@ -1,0 +1,101 @@
+#include "KavraGeneric/Components/PollingDevice.h"
+
+#include "KavraGeneric/Components/HardwareDevice.h"
+#include "tests/support/LibraryFixture.h"
+
+#include <type_traits>
+
+namespace {
+
+using Polling = Component::PollingDevice<Component::HardwareDevice>;
+using Lines = std::vector<FakeHost::Line>;
+
+// Makes and arms its timer as a driver does.
+class Poller final : public Polling {
+  public:
+    explicit Poller( uint32_t period ) {
+        pollPeriod_ = period;
+        pollTimer_ = pl_timer_add( handlePollTimerCallback, static_cast<Polling *>( this ) );
+        pl_timer_set( pollTimer_, static_cast<int>( period ) );
+    }
+
+    void pollCallback() override {
+        ++pollCount;
+        pl_trace( 6, "polled" );
+        armedDuringPoll = FakeHost::get().timers.front()->armed;
+    }
+
+    using Polling::pollArmed_;
+    int pollCount = 0;
+    bool armedDuringPoll = true;
+};
+
+class PollingDeviceTest : public LibraryFixture {
+  protected:
+    static FakeHost::Timer &timer() { return *host().timers.front(); }
+    static void tick() { host().tick( timer() ); }
+};
+
+TEST_F( PollingDeviceTest, TickPollsOnceAndArmsTheTimerAgain ) {
+    Poller poller( 3000 );
+    tick();
+    EXPECT_EQ( 1, poller.pollCount );
+    EXPECT_EQ( ( std::vector<int>{ 3000, 3000 } ), timer().periods );
+    EXPECT_TRUE( timer().armed );
+}
+
+TEST_F( PollingDeviceTest, TimerIsArmedAfterThePoll ) {
+    Poller poller( 3000 );
+    tick();
+    EXPECT_FALSE( poller.armedDuringPoll );
+}
+
+TEST_F( PollingDeviceTest, TickIsTracedBeforeThePoll ) {
+    Poller poller( 3000 );
+    tick();
+    EXPECT_EQ( ( Lines{ { 6, "pollCallbackWrapper" }, { 6, "polled" } } ), host().lines );
+}
+
+TEST_F( PollingDeviceTest, SuccessfulArmingSetsTheFlag ) {
+    Poller poller( 3000 );
+    EXPECT_FALSE( poller.pollArmed_ );
+    tick();
+    EXPECT_TRUE( poller.pollArmed_ );
+}
+
+TEST_F( PollingDeviceTest, FailedArmingEndsThePolling ) {
+    Poller poller( 3000 );
+    host().timerSetFails = true;
+    tick();
+    EXPECT_EQ( 1, poller.pollCount );
+    EXPECT_FALSE( timer().armed );
+    EXPECT_EQ( ( Lines{ { 6, "pollCallbackWrapper" },
+                        { 6, "polled" },
+                        { 0, "failed to set timer interval" } } ),
+               host().lines );
+}
+
+TEST_F( PollingDeviceTest, FailedArmingKeepsTheFlag ) {
+    Poller poller( 3000 );
+    host().timerSetFails = true;
+    tick();
+    EXPECT_FALSE( poller.pollArmed_ );
+    host().timerSetFails = false;
+    tick();
+    host().timerSetFails = true;
+    tick();
+    EXPECT_TRUE( poller.pollArmed_ );
+}
+
+TEST_F( PollingDeviceTest, EachDevicePollsOnItsOwnTimer ) {
+    Poller first( 1000 );
+    Poller second( 2000 );
+    host().tick( *host().timers.back() );
+    EXPECT_EQ( 0, first.pollCount );
+    EXPECT_EQ( 1, second.pollCount );
+    EXPECT_EQ( ( std::vector<int>{ 2000, 2000 } ), host().timers.back()->periods );
+}
+
+static_assert( std::is_abstract_v<Polling>, "the driver says what a poll does" );
+
+} // namespace
