@@ -1,0 +1,84 @@
+#include "SmbusServer/Options.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+using namespace SmbusServer;
+
+class OptionsTest : public testing::Test {
+  protected:
+    OptionsTest() { unsetenv( "SMBUSD_SOCKET" ); }
+
+    static Options parse( std::vector<std::string> words ) {
+        words.insert( words.begin(), "kavra-smbusd" );
+        std::vector<char *> pointers;
+        for ( std::string &word : words ) {
+            pointers.push_back( word.data() );
+        }
+        pointers.push_back( nullptr );
+        return parseOptions( static_cast<int>( words.size() ), pointers.data() );
+    }
+
+    static std::string errorOf( const std::vector<std::string> &words ) {
+        try {
+            parse( words );
+            return "";
+        } catch ( const UsageError &error ) {
+            return error.what();
+        }
+    }
+};
+
+TEST_F( OptionsTest, BoardAloneTakesTheDefaults ) {
+    const Options options = parse( { "--board", "b.json" } );
+    EXPECT_EQ( Options::Task::Serve, options.task );
+    EXPECT_EQ( "b.json", options.board );
+    EXPECT_EQ( "/run/smbusd.sock", options.socket );
+    EXPECT_EQ( "/run/smbusd.sock.ctl", options.control );
+    EXPECT_FALSE( options.verbose );
+}
+
+TEST_F( OptionsTest, EnvironmentNamesTheSocketUnlessItIsEmpty ) {
+    setenv( "SMBUSD_SOCKET", "/tmp/s", 1 );
+    EXPECT_EQ( "/tmp/s.ctl", parse( { "--board", "b" } ).control );
+    setenv( "SMBUSD_SOCKET", "", 1 );
+    EXPECT_EQ( "/run/smbusd.sock", parse( { "--board", "b" } ).socket );
+}
+
+TEST_F( OptionsTest, OptionWinsOverTheEnvironment ) {
+    setenv( "SMBUSD_SOCKET", "/tmp/s", 1 );
+    const Options options = parse( { "--board=b", "--socket=/x", "--control", "/y", "--verbose" } );
+    EXPECT_EQ( "/x", options.socket );
+    EXPECT_EQ( "/y", options.control );
+    EXPECT_TRUE( options.verbose );
+}
+
+TEST_F( OptionsTest, CtlJoinsItsWords ) {
+    const Options options = parse( { "ctl", "--control", "/y", "set", "inlet.temperature", "-5" } );
+    EXPECT_EQ( Options::Task::Control, options.task );
+    EXPECT_EQ( "/y", options.control );
+    EXPECT_EQ( "set inlet.temperature -5", options.line );
+}
+
+TEST_F( OptionsTest, HelpAndVersionNeedNothingElse ) {
+    EXPECT_EQ( Options::Task::Help, parse( { "--help" } ).task );
+    EXPECT_EQ( Options::Task::Help, parse( { "ctl", "--help" } ).task );
+    EXPECT_EQ( Options::Task::Version, parse( { "--version" } ).task );
+}
+
+TEST_F( OptionsTest, WrongCallsAreExplained ) {
+    EXPECT_EQ( "--board FILE is missing: which board to serve", errorOf( {} ) );
+    EXPECT_EQ( "unknown option '--bord'", errorOf( { "--bord", "b" } ) );
+    EXPECT_EQ( "option '--board' needs a value", errorOf( { "--board" } ) );
+    EXPECT_EQ( "unknown command 'frob'", errorOf( { "frob" } ) );
+    EXPECT_EQ( "ctl needs a command, such as 'list'", errorOf( { "ctl" } ) );
+}
+
+TEST_F( OptionsTest, HelpShowsEveryOption ) {
+    for ( const char *name :
+          { "--board", "--socket", "--control", "--verbose", "--help", "--version" } ) {
+        EXPECT_NE( std::string_view::npos, helpText.find( name ) ) << name;
+    }
+}
