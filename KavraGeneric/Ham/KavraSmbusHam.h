@@ -74,7 +74,7 @@ class KavraSmbusHam final : public Ham {
     const std::string &responseData( ResponseId idx ) const;
 
     uint32_t prepareRequestCount_ = 0; // mux selects at the head of request_
-    int32_t lastResponseId = -1;
+    int32_t lastResponseId = 0;
     AhamAddress address{};
     PCIAddress pci = 0;
     Smbus::TransactionRequest request_;
