@@ -55,7 +55,8 @@ void KavraSmbusHam::prepare() {
     while ( static_cast<uint32_t>( request_.request_size() ) > prepareRequestCount_ ) {
         request_.mutable_request()->RemoveLast();
     }
-    response_.Clear();
+    // Freed rather than cleared: the next answer is a fresh message and takes the memory over.
+    Smbus::TransactionResponse().Swap( &response_ );
     lastResponseId = -1;
 }
 
