@@ -3,6 +3,8 @@
 #include "KavraGeneric/Drivers/Dummy.h"
 #include "KavraGeneric/Drivers/GenericSmbusMux.h"
 #include "KavraGeneric/Drivers/LM75.h"
+#include "KavraGeneric/Drivers/Pmbus.h"
+#include "KavraGeneric/Drivers/PsuSlot.h"
 #include "KavraGeneric/Drivers/Registry.h"
 #include "KavraGeneric/Drivers/SmbusProxyDriver.h"
 #include "KavraGeneric/Ham/Ham.h"
@@ -13,11 +15,13 @@
 namespace Drivers {
 
 std::map<std::string, Factory> drivers = {
-    { "Dummy",            Dummy::create },
-    { "GpioDriver",       Dummy::create },   // every device has register GPIOs
-    { "SmbusProxyDriver", SmbusProxyDriver::create },
-    { "PCA9548",          GenericSmbusMux::create },
-    { "LM75",             LM75::create },
+    { "Dummy",                Dummy::create },
+    { "GpioDriver",           Dummy::create },   // every device has register GPIOs
+    { "SmbusProxyDriver",     SmbusProxyDriver::create },
+    { "PCA9548",              GenericSmbusMux::create },
+    { "LM75",                 LM75::create },
+    { "Pmbus",                Pmbus::create },
+    { "PsuSlot",              PsuSlot::create },
 };
 
 } // namespace Drivers

@@ -5,6 +5,8 @@
 #include "KavraGeneric/Drivers/Dummy.h"
 #include "KavraGeneric/Drivers/GenericSmbusMux.h"
 #include "KavraGeneric/Drivers/LM75.h"
+#include "KavraGeneric/Drivers/Pmbus.h"
+#include "KavraGeneric/Drivers/PsuSlot.h"
 #include "KavraGeneric/Drivers/SmbusProxyDriver.h"
 #include "KavraGeneric/Ham/KavraSmbusHam.h"
 #include "KavraGeneric/Ham/SimHam.h"
@@ -29,6 +31,8 @@ const struct {
     { "GpioDriver", typeid( Drivers::Dummy ), "Dummy", "Dummy" },
     { "LM75", typeid( Drivers::LM75 ), "LM75", "LM75" },
     { "PCA9548", typeid( Drivers::GenericSmbusMux ), "PCA9548", "GenericSmbusMux" },
+    { "Pmbus", typeid( Drivers::Pmbus ), "Pmbus", "Pmbus" },
+    { "PsuSlot", typeid( Drivers::PsuSlot ), "PsuSlot", "PsuSlot" },
     { "SmbusProxyDriver", typeid( Drivers::SmbusProxyDriver ), "SmbusProxyDriver",
       "SmbusProxyDriver" },
 };
