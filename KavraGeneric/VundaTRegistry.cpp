@@ -7,6 +7,10 @@
 #include "KavraGeneric/Drivers/PsuSlot.h"
 #include "KavraGeneric/Drivers/Registry.h"
 #include "KavraGeneric/Drivers/SmbusProxyDriver.h"
+#include "KavraGeneric/Drivers/Vunda/VundaGenericXcvrCPLD.h"
+#include "KavraGeneric/Drivers/Vunda/VundaTFanCpld.h"
+#include "KavraGeneric/Drivers/Vunda/VundaTSystemLedCPLD.h"
+#include "KavraGeneric/Drivers/Vunda/VundaTXcvrLedCPLD.h"
 #include "KavraGeneric/Ham/Ham.h"
 #include "KavraGeneric/Ham/KavraSmbusHam.h"
 #include "KavraGeneric/Ham/SimHam.h"
@@ -20,6 +24,10 @@ std::map<std::string, Factory> drivers = {
     { "SmbusProxyDriver",     SmbusProxyDriver::create },
     { "PCA9548",              GenericSmbusMux::create },
     { "LM75",                 LM75::create },
+    { "VundaTFanCpld",        VundaTFanCpld::create },
+    { "VundaTSystemLedCPLD",  VundaTSystemLedCPLD::create },
+    { "VundaTXcvrLedCPLD",    VundaTXcvrLedCPLD::create },
+    { "VundaGenericXcvrCPLD", VundaGenericXcvrCPLD::create },
     { "Pmbus",                Pmbus::create },
     { "PsuSlot",              PsuSlot::create },
 };

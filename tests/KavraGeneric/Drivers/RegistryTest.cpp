@@ -8,6 +8,10 @@
 #include "KavraGeneric/Drivers/Pmbus.h"
 #include "KavraGeneric/Drivers/PsuSlot.h"
 #include "KavraGeneric/Drivers/SmbusProxyDriver.h"
+#include "KavraGeneric/Drivers/Vunda/VundaGenericXcvrCPLD.h"
+#include "KavraGeneric/Drivers/Vunda/VundaTFanCpld.h"
+#include "KavraGeneric/Drivers/Vunda/VundaTSystemLedCPLD.h"
+#include "KavraGeneric/Drivers/Vunda/VundaTXcvrLedCPLD.h"
 #include "KavraGeneric/Ham/KavraSmbusHam.h"
 #include "KavraGeneric/Ham/SimHam.h"
 #include "KavraGeneric/Topology/Topology.h"
@@ -35,6 +39,13 @@ const struct {
     { "PsuSlot", typeid( Drivers::PsuSlot ), "PsuSlot", "PsuSlot" },
     { "SmbusProxyDriver", typeid( Drivers::SmbusProxyDriver ), "SmbusProxyDriver",
       "SmbusProxyDriver" },
+    { "VundaGenericXcvrCPLD", typeid( Drivers::VundaGenericXcvrCPLD ), "VundaGenericXcvrCPLD",
+      "Vunda/VundaGenericXcvrCPLD" },
+    { "VundaTFanCpld", typeid( Drivers::VundaTFanCpld ), "VundaTFanCpld", "Vunda/VundaTFanCpld" },
+    { "VundaTSystemLedCPLD", typeid( Drivers::VundaTSystemLedCPLD ), "VundaTSystemLedCPLD",
+      "Vunda/VundaTSystemLedCPLD" },
+    { "VundaTXcvrLedCPLD", typeid( Drivers::VundaTXcvrLedCPLD ), "VundaTXcvrLedCPLD",
+      "Vunda/VundaTXcvrLedCPLD" },
 };
 
 using RegistryTest = LibraryFixture;

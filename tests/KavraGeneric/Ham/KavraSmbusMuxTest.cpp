@@ -39,7 +39,7 @@ TEST_F( KavraSmbusMuxTest, NumbersOfABatchDoNotCountTheSelects ) {
 
 TEST_F( KavraSmbusMuxTest, NumberingGoesOnBehindTheSelectsUntilTheFirstPrepare ) {
     deviceBehind( { mux( 0x70, 0x01 ), mux( 0x71, 0x08 ) }, 0x48 );
-    EXPECT_EQ( 2U, ham().addRead8( 1 ) );
+    EXPECT_EQ( 3U, ham().addRead8( 1 ) ); // a new object counts from 0, a new batch from -1
     ham().prepare();
     EXPECT_EQ( 0U, ham().addRead8( 1 ) );
 }
