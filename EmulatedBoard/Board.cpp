@@ -20,7 +20,7 @@ Bus *Board::findBus( const BusName &name ) {
 }
 
 Chip *Board::add( Segment &segment, std::string name, std::unique_ptr<Chip> chip ) {
-    if ( std::ranges::find( chipNames_, name ) != chipNames_.end() ) {
+    if ( findChip( name ) != nullptr ) {
         return nullptr;
     }
     Chip &added = segment.add( std::move( chip ) );
@@ -28,8 +28,13 @@ Chip *Board::add( Segment &segment, std::string name, std::unique_ptr<Chip> chip
         std::string full = name + "." + knob.name;
         knobs_.push_back( { std::move( full ), std::move( knob ) } );
     }
-    chipNames_.push_back( std::move( name ) );
+    chips_.push_back( { std::move( name ), &added } );
     return &added;
+}
+
+Chip *Board::findChip( std::string_view name ) const {
+    const auto found = std::ranges::find( chips_, name, &NamedChip::name );
+    return found == chips_.end() ? nullptr : found->chip;
 }
 
 const Board::NamedKnob *Board::findKnob( std::string_view name, std::string &error ) const {
@@ -38,7 +43,7 @@ const Board::NamedKnob *Board::findKnob( std::string_view name, std::string &err
         return &*found;
     }
     const std::string_view chip = name.substr( 0, name.find( '.' ) );
-    const bool chipKnown = std::ranges::find( chipNames_, chip ) != chipNames_.end();
+    const bool chipKnown = findChip( chip ) != nullptr;
     std::string choices;
     if ( chipKnown ) {
         for ( const NamedKnob &each : knobs_ ) {
@@ -47,8 +52,8 @@ const Board::NamedKnob *Board::findKnob( std::string_view name, std::string &err
             }
         }
     } else {
-        for ( const std::string &each : chipNames_ ) {
-            choices += " " + each;
+        for ( const NamedChip &each : chips_ ) {
+            choices += " " + each.name;
         }
     }
     error = chipKnown ? "no knob '" + std::string( name ) + "'; there are:" + choices

@@ -35,6 +35,9 @@ class Board {
     /// @return null when the name is taken.
     Chip *add( Segment &segment, std::string name, std::unique_ptr<Chip> chip );
 
+    /// @return null when no chip has that name.
+    Chip *findChip( std::string_view name ) const;
+
     struct NamedKnob {
         std::string name; ///< "inlet.temperature"
         Knob knob;
@@ -50,7 +53,11 @@ class Board {
 
   private:
     std::map<BusName, std::unique_ptr<Bus>> busses_;
-    std::vector<std::string> chipNames_;
+    struct NamedChip {
+        std::string name;
+        Chip *chip;
+    };
+    std::vector<NamedChip> chips_;
     std::vector<NamedKnob> knobs_;
 };
 

@@ -4,11 +4,32 @@ namespace EmulatedBoard {
 
 Chip::Chip( uint8_t address ) : address_( address ) {}
 
+bool Chip::present() const {
+    return present_ && ( carrier_ == nullptr || carrier_->present() );
+}
+
 void Chip::presentIs( bool present ) {
-    if ( present && !present_ ) {
-        powerOn();
-    }
+    const bool comesBack = present && !present_;
     present_ = present;
+    if ( comesBack ) {
+        getPower();
+    }
+}
+
+void Chip::getPower() {
+    powerOn();
+    for ( Chip *chip : carried_ ) {
+        chip->getPower();
+    }
+}
+
+void Chip::mountOn( Chip &carrier ) {
+    carrier_ = &carrier;
+    carrier.carried_.push_back( this );
+}
+
+bool Chip::watch( const Chip & ) {
+    return false;
 }
 
 Segment *Chip::channel( size_t ) {

@@ -24,8 +24,14 @@ class Chip {
     /// 7-bit address on the bus.
     uint8_t address() const { return address_; }
     /// A chip that is not there answers nothing; it comes back as after power-on.
-    bool present() const { return present_; }
+    bool present() const;
     void presentIs( bool present );
+    /// Puts the chip on a part that is plugged in as a whole: from now on it is there only as long
+    /// as the carrier is. The carrier must live as long as the chip and must not be on it.
+    void mountOn( Chip &carrier );
+    /// Makes the chip follow another one, which must live as long as it does.
+    /// @return false when a chip of this type does not follow the other, or follows enough already.
+    virtual bool watch( const Chip &other );
 
     /// The bytes that follow the address in a write, the command first; empty for a quick command.
     /// @return false when the chip does not acknowledge them.
@@ -49,8 +55,12 @@ class Chip {
     virtual std::vector<Knob> ownKnobs() = 0;
 
   private:
+    void getPower();
+
     uint8_t address_;
     bool present_ = true;
+    const Chip *carrier_ = nullptr; // null: soldered to the board
+    std::vector<Chip *> carried_;
 };
 
 } // namespace EmulatedBoard

@@ -1,7 +1,10 @@
 #include "EmulatedBoard/Chips.h"
 
+#include "EmulatedBoard/Eeprom24c02.h"
 #include "EmulatedBoard/Lm75.h"
 #include "EmulatedBoard/Pca9548.h"
+#include "EmulatedBoard/PmbusSupply.h"
+#include "EmulatedBoard/SlotRegister.h"
 
 #include <algorithm>
 
@@ -16,6 +19,9 @@ static std::unique_ptr<Chip> make( uint8_t address ) {
 static constexpr ChipType types[] = {
     { "LM75", make<Lm75> },
     { "PCA9548", make<Pca9548> },
+    { "24C02", make<Eeprom24c02> },
+    { "PmbusSupply", make<PmbusSupply> },
+    { "SlotRegister", make<SlotRegister> },
 };
 
 std::span<const ChipType> chipTypes() {

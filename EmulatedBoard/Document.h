@@ -1,16 +1,11 @@
 #pragma once
 
 #include "EmulatedBoard/Board.h"
+#include "EmulatedBoard/DocumentReader.h"
 
-#include <stdexcept>
 #include <string>
 
 namespace EmulatedBoard {
-
-/// A document that does not describe a board. The text is "file:line:column: message".
-struct DocumentError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 /// Reads an emulation document; docs/formats/emulation.md describes it.
 /// @throw DocumentError for the first thing that is wrong, also when the file cannot be read.

@@ -1,7 +1,9 @@
 #include "EmulatedBoard/Knob.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdio>
 #include <system_error>
 #include <utility>
 
@@ -11,6 +13,12 @@ std::string numberText( double value ) {
     std::array<char, 64> text;
     const auto end = std::to_chars( text.data(), text.data() + text.size(), value );
     return std::string( text.data(), end.ptr );
+}
+
+std::string registerText( unsigned value, int digits ) {
+    std::array<char, 16> text;
+    snprintf( text.data(), text.size(), "0x%0*x", digits, value );
+    return text.data();
 }
 
 Knob numberKnob( std::string name, std::string unit, std::string help, double lowest,
@@ -48,6 +56,25 @@ Knob switchKnob( std::string name, std::string help, std::function<bool()> get,
              .help = std::move( help ),
              .allowed = "0 or 1",
              .get = [get = std::move( get )] { return std::string( get() ? "1" : "0" ); },
+             .set = std::move( setText ) };
+}
+
+Knob textKnob( std::string name, std::string help, size_t longest, std::function<std::string()> get,
+               std::function<void( std::string )> set ) {
+    auto setText = [longest, set = std::move( set )]( std::string_view text ) {
+        const bool isPrintable =
+            std::ranges::all_of( text, []( char c ) { return c >= ' ' && c <= '~'; } );
+        if ( !isPrintable || text.size() > longest ) {
+            return false;
+        }
+        set( std::string( text ) );
+        return true;
+    };
+    return { .name = std::move( name ),
+             .unit = {},
+             .help = std::move( help ),
+             .allowed = "up to " + std::to_string( longest ) + " printable ASCII characters",
+             .get = std::move( get ),
              .set = std::move( setText ) };
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -23,10 +24,15 @@ Knob numberKnob( std::string name, std::string unit, std::string help, double lo
 /// Takes 0 or 1.
 Knob switchKnob( std::string name, std::string help, std::function<bool()> get,
                  std::function<void( bool )> set );
+/// Takes up to so many printable ASCII characters.
+Knob textKnob( std::string name, std::string help, size_t longest, std::function<std::string()> get,
+               std::function<void( std::string )> set );
 Knob readOnlyKnob( std::string name, std::string unit, std::string help,
                    std::function<std::string()> get );
 
 /// The shortest text that reads back as the same number: 24.5, 41, -0.125.
 std::string numberText( double value );
+/// "0x08", "0x0840": so many hexadecimal digits, at most 8.
+std::string registerText( unsigned value, int digits );
 
 } // namespace EmulatedBoard

@@ -1,15 +1,6 @@
 #include "EmulatedBoard/Pca9548.h"
 
-#include <array>
-#include <cstdio>
-
 namespace EmulatedBoard {
-
-static std::string hexByte( uint8_t value ) {
-    std::array<char, 8> text;
-    snprintf( text.data(), text.size(), "0x%02x", value );
-    return text.data();
-}
 
 Pca9548::Pca9548( uint8_t address ) : Chip( address ) {}
 
@@ -35,7 +26,7 @@ bool Pca9548::channelOn( size_t channel ) const {
 
 std::vector<Knob> Pca9548::ownKnobs() {
     return { readOnlyKnob( "control", "", "control register: a bit for each channel that is on",
-                           [this] { return hexByte( control_ ); } ) };
+                           [this] { return registerText( control_, 2 ); } ) };
 }
 
 } // namespace EmulatedBoard

@@ -106,3 +106,35 @@ TEST( BoardOfThisSwitchTest, HasItsSixSensors ) {
                "outlet.temperature=35 rear.temperature=33.5 cpu-board.temperature=38 ",
                temperatures );
 }
+
+class SuppliesOfThisSwitchTest : public testing::TestWithParam<std::string> {
+  protected:
+    SuppliesOfThisSwitchTest()
+        : board( loadBoard( SOURCE_DIR "/boards/VundaT/" + GetParam() + "emulation.json" ) ) {}
+
+    std::string get( const std::string &name ) const {
+        std::string value;
+        std::string error;
+        return board.get( name, value, error ) ? value : error;
+    }
+
+    Board board;
+};
+
+TEST_P( SuppliesOfThisSwitchTest, LeaveWithEverythingThatIsOnThem ) {
+    std::string error;
+    for ( const std::string supply : { "psu1", "psu2" } ) {
+        EXPECT_EQ( "0x00", get( "slots.status" ) );
+        EXPECT_TRUE( board.set( supply + ".present", "0", error ) ) << error;
+        EXPECT_EQ( supply == "psu1" ? "0x0a" : "0x05", get( "slots.status" ) );
+        if ( const Chip *eeprom = board.findChip( supply + "-eeprom" ) ) {
+            EXPECT_FALSE( eeprom->present() );
+            EXPECT_EQ( get( supply + ".serial" ), get( supply + "-eeprom.serial" ) );
+        }
+        EXPECT_TRUE( board.set( supply + ".present", "1", error ) ) << error;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P( Boards, SuppliesOfThisSwitchTest,
+                          testing::Values( "", "variants/tlv/", "variants/ipmitool/",
+                                           "variants/ipmitool_raw/", "variants/wedge/" ) );
