@@ -1,6 +1,5 @@
 #include "SmbusServer/ControlConnection.h"
 
-#include "SmbusServer/ControlCommands.h"
 #include "SmbusServer/Log.h"
 
 #include <array>
@@ -9,8 +8,8 @@
 namespace SmbusServer {
 
 ControlConnection::ControlConnection( sd_event *loop, Descriptor descriptor, Listener &listener,
-                                      EmulatedBoard::Board &board )
-    : listener_( listener ), board_( board ), stream_( loop, std::move( descriptor ), *this ) {}
+                                      const World &world )
+    : listener_( listener ), world_( world ), stream_( loop, std::move( descriptor ), *this ) {}
 
 void ControlConnection::readable() {
     std::array<char, longestLine> buffer;
@@ -39,7 +38,7 @@ void ControlConnection::answerLines() {
         const std::string line = input_.substr( 0, end );
         input_.erase( 0, end + 1 );
         logDetail( "%s: %s", stream_.name().c_str(), line.c_str() );
-        if ( !stream_.send( controlAnswer( board_, line ) ) ) {
+        if ( !stream_.send( controlAnswer( world_, line ) ) ) {
             broken();
             return;
         }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "EmulatedBoard/Board.h"
+#include "SmbusServer/ControlCommands.h"
 #include "SmbusServer/Listener.h"
 #include "SmbusServer/Stream.h"
 
@@ -15,7 +15,7 @@ class ControlConnection : public Session, private Stream::Owner {
 
     /// All but the descriptor must outlive the connection.
     ControlConnection( sd_event *loop, Descriptor descriptor, Listener &listener,
-                       EmulatedBoard::Board &board );
+                       const World &world );
 
   private:
     void readable() override;
@@ -25,7 +25,7 @@ class ControlConnection : public Session, private Stream::Owner {
     void answerLines();
 
     Listener &listener_;
-    EmulatedBoard::Board &board_;
+    const World &world_;
     std::string input_; // without whole lines, unless an answer waits to be taken
     bool inputEnded_ = false;
     Stream stream_;

@@ -17,6 +17,9 @@ class EmulatedBackend : public Backend {
     Cause perform( const Operation &operation, std::string &read ) override;
     bool severalAccelerators( const BusName &bus ) const override;
 
+    /// The board has got other busses.
+    void boardChanged() { lastBus_ = nullptr; }
+
   private:
     EmulatedBoard::Bus *find( const BusName &name );
 

@@ -47,6 +47,29 @@ static void appendBus( std::string &text, const BusName &name ) {
             unsigned{ name.accelerator } );
 }
 
+static void appendKind( std::string &text, const Operation &operation ) {
+    struct Kind {
+        Smbus::RequestType type;
+        std::array<const char *, 4> byLength; // the last for all longer ones
+    };
+    static constexpr Kind kinds[] = {
+        { Smbus::READ, { "receive byte", "read byte", "read word", "I2C block read" } },
+        { Smbus::WRITE, { "send byte", "write byte", "write word", "I2C block write" } },
+        { Smbus::PROCESS_CALL, { "", "", "process call", "" } },
+        { Smbus::BLOCK_READ, { "block read", "block read", "block read", "block read" } },
+        { Smbus::BLOCK_WRITE, { "block write", "block write", "block write", "block write" } },
+    };
+    const auto *kind = std::ranges::find( kinds, operation.type, &Kind::type );
+    append( text, ": %s", kind->byLength[std::min<size_t>( operation.length, 3 )] );
+    if ( operation.length > 2 ) {
+        append( text, " of %u bytes", operation.length );
+    }
+    if ( operation.registerWidth > 1 ) {
+        append( text, ", register of %u bytes", unsigned{ operation.registerWidth } );
+    }
+    text += operation.pec ? ", with a packet error code" : "";
+}
+
 std::string failureText( const Smbus::TransactionRequest &batch, int index, bool nameAccelerator,
                          Cause cause ) {
     const Operation failed = decode( batch.request( index ) );
@@ -62,6 +85,8 @@ std::string failureText( const Smbus::TransactionRequest &batch, int index, bool
     text += causeText( cause );
     if ( cause == Cause::NoSuchBus ) {
         appendBus( text, failed.bus );
+    } else if ( cause == Cause::NotSupported ) {
+        appendKind( text, failed );
     }
     return text;
 }

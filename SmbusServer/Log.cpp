@@ -1,5 +1,7 @@
 #include "SmbusServer/Log.h"
 
+#include "SmbusServer/LogLimit.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstdarg>
@@ -27,6 +29,21 @@ __attribute__( ( format( printf, 1, 0 ) ) ) static void writeLine( const char *f
 }
 
 void logEvent( const char *format, ... ) {
+    va_list arguments;
+    va_start( arguments, format );
+    writeLine( format, arguments );
+    va_end( arguments );
+}
+
+void logClientEvent( pid_t client, const char *format, ... ) {
+    static LogLimit limit;
+    const std::optional<unsigned> leftOut = limit.admit( client, std::chrono::steady_clock::now() );
+    if ( !leftOut ) {
+        return;
+    }
+    if ( *leftOut > 0 ) {
+        logEvent( "%u lines about pid %d were left out", *leftOut, client );
+    }
     va_list arguments;
     va_start( arguments, format );
     writeLine( format, arguments );

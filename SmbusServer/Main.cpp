@@ -1,7 +1,9 @@
 #include "EmulatedBoard/Document.h"
 #include "SmbusServer/ControlClient.h"
+#include "SmbusServer/FaultScript.h"
 #include "SmbusServer/Log.h"
 #include "SmbusServer/Options.h"
+#include "SmbusServer/Recording.h"
 #include "SmbusServer/Server.h"
 #include "SmbusServer/UnixSocket.h"
 
@@ -21,6 +23,12 @@ static int run( const Options &options ) {
     case Options::Task::Version:
         puts( "kavra-smbusd " KAVRA_VERSION );
         return Done;
+    case Options::Task::CheckConfig:
+        checkDocuments( options );
+        return Done;
+    case Options::Task::Print:
+        printRecording( options.print );
+        return Done;
     case Options::Task::Control:
         return runControlClient( options.control, options.line );
     case Options::Task::Serve:
@@ -39,6 +47,12 @@ int main( int argc, char **argv ) {
         logEvent( "%s; 'kavra-smbusd --help' tells more", error.what() );
         return WrongCall;
     } catch ( const EmulatedBoard::DocumentError &error ) {
+        logEvent( "%s", error.what() );
+        return WrongCall;
+    } catch ( const RecordingError &error ) {
+        logEvent( "%s", error.what() );
+        return WrongCall;
+    } catch ( const FaultError &error ) {
         logEvent( "%s", error.what() );
         return WrongCall;
     } catch ( const SocketError &error ) {

@@ -27,9 +27,13 @@ struct Operation {
     uint32_t length = 0;
     std::string_view data = {}; ///< refers to the request
     bool pec = false;
+    const Smbus::TransactionRequest *batch = nullptr; ///< which it belongs to, if to any
+    int index = -1;                                   ///< of the request in its batch
 
     /// A send-byte carries its byte as the register and has no data.
     bool isSendByte() const { return type == Smbus::WRITE && length == 0; }
+    /// What lets go of a mux.
+    bool isDeselect() const { return isSendByte() && reg == 0; }
     bool isRead() const { return type == Smbus::READ || type == Smbus::BLOCK_READ; }
 };
 

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 namespace SmbusServer {
 
@@ -11,13 +13,19 @@ struct UsageError : std::runtime_error {
 };
 
 struct Options {
-    enum class Task { Serve, Control, Help, Version };
+    enum class Task { Serve, CheckConfig, Print, Control, Help, Version };
 
     Task task = Task::Serve;
-    std::string board;   ///< emulation document
-    std::string socket;  ///< where clients connect
-    std::string control; ///< where the world is driven
-    std::string line;    ///< what ctl sends
+    std::string board;                 ///< emulation document
+    std::optional<std::string> i2cDev; ///< serve the kernel's adapters: map document, may be empty
+    std::string replay;                ///< recording to answer from
+    std::string record;                ///< where to record; empty: nowhere
+    std::string print;                 ///< recording to print
+    std::string socket;                ///< where clients connect
+    std::string control;               ///< where the world is driven
+    std::string line;                  ///< what ctl sends
+    std::string faults;                ///< script of faults; empty: none
+    std::optional<gid_t> group;        ///< who may connect; nothing: whom the socket's mode lets
     bool verbose = false;
 };
 

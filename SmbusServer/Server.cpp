@@ -1,14 +1,23 @@
 #include "SmbusServer/Server.h"
 
-#include "EmulatedBoard/Document.h"
+#include "SmbusServer/AnswerFaults.h"
 #include "SmbusServer/Connection.h"
 #include "SmbusServer/ControlConnection.h"
-#include "SmbusServer/EmulatedBackend.h"
+#include "SmbusServer/FaultLayer.h"
+#include "SmbusServer/FaultScript.h"
+#include "SmbusServer/Hardware.h"
 #include "SmbusServer/Log.h"
+#include "SmbusServer/MuxGuard.h"
+#include "SmbusServer/Peer.h"
+#include "SmbusServer/RecordLayer.h"
+#include "SmbusServer/ServiceManager.h"
+#include "SmbusServer/Signals.h"
 
-#include <csignal>
+#include <cstdio>
 #include <cstring>
+#include <malloc.h>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -21,41 +30,109 @@ static void check( int result, const char *what ) {
     }
 }
 
+// Large buffers come and go with what clients send: each goes back to the system when it is free.
+static void limitFreeMemory() {
+    constexpr int largestKept = 128 * 1024;
+    mallopt( M_MMAP_THRESHOLD, largestKept );
+    mallopt( M_TRIM_THRESHOLD, 4 * largestKept );
+}
+
 static EventLoop newLoop() {
     sd_event *loop = nullptr;
     check( sd_event_new( &loop ), "no event loop" );
     return EventLoop( loop );
 }
 
-// Without a callback of ours the loop ends with the given status.
-static void stopOnSignals( sd_event *loop ) {
-    sigset_t stops;
-    sigemptyset( &stops );
-    sigaddset( &stops, SIGTERM );
-    sigaddset( &stops, SIGINT );
-    sigprocmask( SIG_BLOCK, &stops, nullptr );
-    check( sd_event_add_signal( loop, nullptr, SIGTERM, nullptr, nullptr ), "SIGTERM" );
-    check( sd_event_add_signal( loop, nullptr, SIGINT, nullptr, nullptr ), "SIGINT" );
+/// Which sockets to serve: those that systemd listens on already, or our own.
+static std::pair<ListeningSocket, ListeningSocket> openSockets( const Options &options,
+                                                                HandedSockets handed ) {
+    const auto open = []( Descriptor &socket, const std::string &path ) {
+        return socket.valid() ? ListeningSocket( std::move( socket ) ) : ListeningSocket( path );
+    };
+    ListeningSocket clients = open( handed.clients, options.socket );
+    ListeningSocket control = open( handed.control, options.control );
+    if ( options.group ) {
+        clients.groupIs( *options.group );
+        control.groupIs( *options.group );
+    }
+    return { std::move( clients ), std::move( control ) };
+}
+
+static void admit( const Descriptor &client, const Options &options ) {
+    if ( options.group && !mayUse( client.get(), *options.group ) ) {
+        throw std::runtime_error( "not in the group" );
+    }
+}
+
+static void addFaults( FaultList &faults, const std::string &script ) {
+    if ( script.empty() ) {
+        return;
+    }
+    for ( Fault &fault : loadFaults( script ) ) {
+        if ( !faults.add( std::move( fault ) ) ) {
+            throw FaultError( script + ": more than " + std::to_string( FaultList::mostFaults ) +
+                              " faults" );
+        }
+    }
+}
+
+void checkDocuments( const Options &options ) {
+    newHardware( options );
+    const std::string &file = options.i2cDev           ? *options.i2cDev
+                              : options.replay.empty() ? options.board
+                                                       : options.replay;
+    if ( !file.empty() ) {
+        printf( "%s: fine\n", file.c_str() );
+    }
+    if ( !options.faults.empty() ) {
+        loadFaults( options.faults );
+        printf( "%s: fine\n", options.faults.c_str() );
+    }
 }
 
 void serve( const Options &options ) {
-    EmulatedBoard::Board board = EmulatedBoard::loadBoard( options.board );
-    EmulatedBackend backend( board );
-    Transaction transaction( backend );
+    HandedSockets handed = takeHandedSockets(); // before anything else gets their numbers
+    blockSignals();
+    limitFreeMemory();
+    const std::unique_ptr<Hardware> hardware = newHardware( options );
+    FaultList faults;
+    addFaults( faults, options.faults );
+    FaultLayer faulty( hardware->backend(), faults );
+    std::optional<RecordLayer> record;
+    if ( !options.record.empty() ) {
+        record.emplace( faulty, options.record );
+    }
+    Backend &recorded = record ? static_cast<Backend &>( *record ) : faulty;
+    MuxGuard guard( recorded, hardware->startsClosed() ? MuxGuard::AtStart::AllOff
+                                                       : MuxGuard::AtStart::Unknown );
     Workspace workspace;
 
     const EventLoop loop = newLoop();
-    stopOnSignals( loop.get() );
-    Listener clients( loop.get(), options.socket, [&]( Descriptor client, Listener &listener ) {
-        return std::make_unique<Connection>( loop.get(), std::move( client ), listener, transaction,
-                                             workspace );
-    } );
-    Listener control( loop.get(), options.control, [&]( Descriptor client, Listener &listener ) {
-        return std::make_unique<ControlConnection>( loop.get(), std::move( client ), listener,
-                                                    board );
-    } );
-    logEvent( "listening on %s", options.socket.c_str() );
+    const std::unique_ptr<Performer> direct = hardware->newPerformer( loop.get(), guard );
+    AnswerFaults performer( loop.get(), *direct, faults );
+    const World world{ hardware->board(), faults };
+    auto [clientSocket, controlSocket] = openSockets( options, std::move( handed ) );
+    const std::string clientPath = clientSocket.path();
+    Listener clients( loop.get(), std::move( clientSocket ),
+                      [&]( Descriptor client, Listener &listener ) {
+                          admit( client, options );
+                          return std::make_unique<Connection>( loop.get(), std::move( client ),
+                                                               listener, performer, workspace );
+                      } );
+    Listener control( loop.get(), std::move( controlSocket ),
+                      [&]( Descriptor client, Listener &listener ) {
+                          admit( client, options );
+                          return std::make_unique<ControlConnection>(
+                              loop.get(), std::move( client ), listener, world );
+                      } );
+    const StopSignals stop( loop.get(), { &clients, &control } );
+    const ReloadSignal reload( loop.get(), [&] { hardware->reload(); } );
+    answerWatchdog( loop.get() );
+    tellReady();
+    logEvent( "listening on %s", clientPath.c_str() );
     check( sd_event_loop( loop.get() ), "event loop" );
+    performer.finish();
+    guard.letGo();
     logEvent( "stopped" );
 }
 

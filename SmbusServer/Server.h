@@ -4,6 +4,10 @@
 
 namespace SmbusServer {
 
+/// Reads the documents that serve() would read and says on stdout that they are fine.
+/// @throw as serve() does.
+void checkDocuments( const Options &options );
+
 /// Serves until SIGTERM or SIGINT, then ends after the batch in hand and removes the socket files.
 /// @throw SocketError, or EmulatedBoard::DocumentError for the board's document.
 void serve( const Options &options );

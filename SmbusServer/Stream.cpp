@@ -9,13 +9,9 @@
 
 namespace SmbusServer {
 
-static std::string nameOf( int fd ) {
+static std::string nameOf( const Peer &peer ) {
     static uint64_t count = 0;
-    ucred peer = {};
-    socklen_t size = sizeof peer;
-    getsockopt( fd, SOL_SOCKET, SO_PEERCRED, &peer, &size );
-    return "client " + std::to_string( ++count ) + " (pid " + std::to_string( peer.pid ) +
-           ", uid " + std::to_string( peer.uid ) + ")";
+    return "client " + std::to_string( ++count ) + " (" + describe( peer ) + ")";
 }
 
 static bool passing( int reason ) {
@@ -23,8 +19,8 @@ static bool passing( int reason ) {
 }
 
 Stream::Stream( sd_event *loop, Descriptor descriptor, Owner &owner )
-    : descriptor_( std::move( descriptor ) ), owner_( owner ),
-      name_( nameOf( descriptor_.get() ) ) {
+    : descriptor_( std::move( descriptor ) ), owner_( owner ), peer_( peerOf( descriptor_.get() ) ),
+      name_( nameOf( peer_ ) ) {
     sd_event_source *source = nullptr;
     if ( sd_event_add_io( loop, &source, descriptor_.get(), EPOLLIN, ready, this ) < 0 ) {
         throw std::runtime_error( "a connection cannot be watched" );
@@ -66,6 +62,10 @@ bool Stream::send( std::string_view bytes ) {
         sd_event_source_set_io_events( source_.get(), EPOLLOUT );
     }
     return true;
+}
+
+void Stream::receivingIs( bool receiving ) {
+    sd_event_source_set_io_events( source_.get(), receiving ? uint32_t{ EPOLLIN } : 0 );
 }
 
 void Stream::flush() {

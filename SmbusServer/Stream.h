@@ -2,6 +2,7 @@
 
 #include "SmbusServer/Descriptor.h"
 #include "SmbusServer/EventLoop.h"
+#include "SmbusServer/Peer.h"
 
 #include <cstddef>
 #include <optional>
@@ -39,10 +40,16 @@ class Stream {
     /// One system call; the rest is sent from the event loop.
     /// @return false when the peer is gone.
     bool send( std::string_view bytes );
+    /// Whether bytes that arrive are told of. A peer that is gone always is: readable() is called.
+    void receivingIs( bool receiving );
     bool waiting() const { return !unsent_.empty(); }
 
     /// "client 4 (pid 812, uid 0)"
     const std::string &name() const { return name_; }
+    /// The client's process.
+    pid_t pid() const { return peer_.pid; }
+    /// What waits to be taken.
+    size_t unsentBytes() const { return unsent_.size(); }
 
   private:
     static int ready( sd_event_source *source, int fd, uint32_t events, void *self );
@@ -50,6 +57,7 @@ class Stream {
 
     Descriptor descriptor_;
     Owner &owner_;
+    Peer peer_;
     std::string name_;
     std::string unsent_;
     EventSource source_;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 namespace SmbusServer {
 
@@ -52,9 +53,12 @@ Cause Transaction::attempt( const Operation &operation, uint32_t retries, std::s
     return cause;
 }
 
-Cause Transaction::performOne( const Smbus::Request &request, uint32_t retries,
+Cause Transaction::performOne( const Smbus::TransactionRequest &batch, int index, uint32_t retries,
                                Smbus::Response &answer ) {
-    const Operation operation = decode( request );
+    const Smbus::Request &request = batch.request( index );
+    Operation operation = decode( request );
+    operation.batch = &batch;
+    operation.index = index;
     const Cause wrong = check( request, operation );
     if ( wrong != Cause::None ) {
         return wrong;
@@ -70,17 +74,13 @@ Cause Transaction::performOne( const Smbus::Request &request, uint32_t retries,
 }
 
 void Transaction::letGo( const Smbus::TransactionRequest &request, int first, uint32_t retries ) {
-    const auto isDeselect = []( const Smbus::Request &each ) {
-        const Operation operation = decode( each );
-        return operation.isSendByte() && operation.reg == 0;
-    };
     int start = request.request_size();
-    while ( start > first && isDeselect( request.request( start - 1 ) ) ) {
+    while ( start > first && decode( request.request( start - 1 ) ).isDeselect() ) {
         --start;
     }
     Smbus::Response dropped;
     for ( int i = start; i < request.request_size(); ++i ) {
-        performOne( request.request( i ), retries, dropped );
+        performOne( request, i, retries, dropped );
     }
 }
 
@@ -89,13 +89,47 @@ static void failWith( Smbus::TransactionResponse &response, std::string error ) 
     response.set_error( std::move( error ) );
 }
 
+// Fewer requests than this cannot bring more than a frame holds, whatever they read.
+constexpr size_t mostFraming = 16;
+constexpr int harmlessCount = largestPayload / ( Transaction::longestTransfer + mostFraming );
+
+constexpr const char *answerTooLarge = "the answer is larger than a frame holds";
+
+// What the reads of a batch will bring, as far as the batch tells: a block read may be empty.
+static size_t leastAnswer( const Smbus::TransactionRequest &batch ) {
+    size_t bytes = 0;
+    if ( batch.request_size() >= harmlessCount ) {
+        for ( const Smbus::Request &each : batch.request() ) {
+            bytes += each.type() == Smbus::READ
+                         ? std::min( each.length(), Transaction::longestTransfer )
+                         : each.data().size();
+        }
+    }
+    return bytes;
+}
+
 void Transaction::perform( const Smbus::TransactionRequest &request,
                            Smbus::TransactionResponse &response ) {
     response.Clear();
+    std::string refusal = backend_.begins( request );
+    if ( refusal.empty() ) {
+        performAll( request, response );
+    } else {
+        failWith( response, std::move( refusal ) );
+    }
+    backend_.ends( request, response );
+}
+
+void Transaction::performAll( const Smbus::TransactionRequest &request,
+                              Smbus::TransactionResponse &response ) {
+    if ( leastAnswer( request ) > largestPayload ) {
+        failWith( response, answerTooLarge );
+        return;
+    }
     const uint32_t retries =
         request.has_retries() ? std::min( request.retries(), largestRetries ) : defaultRetries;
     for ( int i = 0; i < request.request_size(); ++i ) {
-        const Cause cause = performOne( request.request( i ), retries, *response.add_response() );
+        const Cause cause = performOne( request, i, retries, *response.add_response() );
         if ( cause == Cause::None ) {
             continue;
         }
@@ -105,9 +139,9 @@ void Transaction::perform( const Smbus::TransactionRequest &request,
         letGo( request, i + 1, retries );
         return;
     }
-    if ( response.ByteSizeLong() > largestPayload ) {
+    if ( request.request_size() >= harmlessCount && response.ByteSizeLong() > largestPayload ) {
         response.Clear();
-        failWith( response, "the answer is larger than a frame holds" );
+        failWith( response, answerTooLarge );
     }
 }
 

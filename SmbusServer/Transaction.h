@@ -28,7 +28,10 @@ class Transaction {
 
   private:
     Cause attempt( const Operation &operation, uint32_t retries, std::string &read );
-    Cause performOne( const Smbus::Request &request, uint32_t retries, Smbus::Response &answer );
+    void performAll( const Smbus::TransactionRequest &request,
+                     Smbus::TransactionResponse &response );
+    Cause performOne( const Smbus::TransactionRequest &batch, int index, uint32_t retries,
+                      Smbus::Response &answer );
     void letGo( const Smbus::TransactionRequest &request, int first, uint32_t retries );
 
     Backend &backend_;

@@ -1,6 +1,9 @@
 #include "SmbusServer/UnixSocket.h"
 
+#include "SmbusServer/StartLock.h"
+
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -41,6 +44,7 @@ Descriptor connectTo( const std::string &path, bool nonBlocking ) {
 
 ListeningSocket::ListeningSocket( const std::string &path )
     : path_( path ), descriptor_( newSocket( true ) ) {
+    const StartLock lock( path_ );
     removeStale();
     listenThere();
     struct stat made;
@@ -49,6 +53,16 @@ ListeningSocket::ListeningSocket( const std::string &path )
         inode_ = made.st_ino;
     }
 }
+
+static std::string pathOf( int fd ) {
+    sockaddr_un address = {};
+    socklen_t size = sizeof address;
+    getsockname( fd, reinterpret_cast<sockaddr *>( &address ), &size );
+    return std::string( address.sun_path, strnlen( address.sun_path, sizeof address.sun_path ) );
+}
+
+ListeningSocket::ListeningSocket( Descriptor handedOver )
+    : path_( pathOf( handedOver.get() ) ), descriptor_( std::move( handedOver ) ) {}
 
 void ListeningSocket::removeStale() const {
     struct stat existing;
@@ -85,13 +99,30 @@ void ListeningSocket::listenThere() {
     }
 }
 
-ListeningSocket::~ListeningSocket() {
+void ListeningSocket::groupIs( gid_t group ) const {
+    constexpr auto sameOwner = static_cast<uid_t>( -1 );
     struct stat now;
-    const bool ours =
-        stat( path_.c_str(), &now ) == 0 && now.st_dev == device_ && now.st_ino == inode_;
+    if ( inode_ == 0 || ( stat( path_.c_str(), &now ) == 0 && now.st_gid == group ) ) {
+        return;
+    }
+    if ( chown( path_.c_str(), sameOwner, group ) != 0 ) {
+        throw SocketError( path_ + ": cannot be given to the group: " + strerror( errno ) );
+    }
+}
+
+// While the descriptor is open, another server finds us alive and keeps its hands off the file.
+void ListeningSocket::close() {
+    struct stat now;
+    const bool ours = descriptor_.valid() && inode_ != 0 && stat( path_.c_str(), &now ) == 0 &&
+                      now.st_dev == device_ && now.st_ino == inode_;
     if ( ours ) {
         unlink( path_.c_str() );
     }
+    descriptor_ = Descriptor();
+}
+
+ListeningSocket::~ListeningSocket() {
+    close();
 }
 
 } // namespace SmbusServer

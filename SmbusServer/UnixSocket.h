@@ -17,11 +17,15 @@ struct SocketError : std::runtime_error {
 Descriptor connectTo( const std::string &path, bool nonBlocking );
 
 /// A Unix stream socket that listens, with mode 0660. A file left behind by a server that is gone
-/// is replaced. The file goes with the object, unless somebody has put another one in its place.
+/// is replaced, a live one never, also when several servers start at once. The file goes with the
+/// object, unless somebody has put another one in its place.
 class ListeningSocket {
   public:
     /// @throw SocketError naming the path and the reason, for example a live server there.
     explicit ListeningSocket( const std::string &path );
+    /// A socket that somebody else listens on and keeps: its file stays.
+    explicit ListeningSocket( Descriptor handedOver );
+    ListeningSocket( ListeningSocket && ) = default;
     ListeningSocket( const ListeningSocket & ) = delete;
     ListeningSocket &operator=( const ListeningSocket & ) = delete;
     ~ListeningSocket();
@@ -29,13 +33,19 @@ class ListeningSocket {
     int fd() const { return descriptor_.get(); }
     const std::string &path() const { return path_; }
 
+    /// Lets the members of a group connect.
+    /// @throw SocketError when the file cannot be given to the group.
+    void groupIs( gid_t group ) const;
+    /// Listens no more: who connects now is refused, or waits where the socket was handed over.
+    void close();
+
   private:
     void removeStale() const;
     void listenThere();
 
     std::string path_;
     Descriptor descriptor_;
-    dev_t device_ = 0;
+    dev_t device_ = 0; // of the file; both 0 when it is not ours to remove
     ino_t inode_ = 0;
 };
 

@@ -15,6 +15,8 @@ class BarePingPong {
     ~BarePingPong();
 
     void batch();
+    /// To the last batch.
+    const Smbus::TransactionResponse &answer() const { return response_; }
 
   private:
     int fd_;

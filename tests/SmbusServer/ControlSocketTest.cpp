@@ -28,7 +28,7 @@ TEST_F( ControlSocketTest, OneConnectionTakesManyLines ) {
 
 TEST_F( ControlSocketTest, ErrorKeepsTheConnection ) {
     client.send( "frob\nget inlet.present\n" );
-    EXPECT_EQ( "error: no command 'frob'; there are: list, get, set, help\n",
+    EXPECT_EQ( "error: no command 'frob'; there are: list, get, set, fault, clear, help\n",
                client.receiveLine() );
     EXPECT_EQ( "1\n", client.receiveLine() );
 }
@@ -70,7 +70,7 @@ TEST_F( ControlSocketTest, ManyUnreadAnswersComeInOrder ) {
 
 TEST( ControlSocketLogTest, CommandIsOneLineOfTheLogWhateverItHolds ) {
     ServerProcess server( {}, { "--verbose" } );
-    EXPECT_EQ( "error: no command '\x1b[2J\a'; there are: list, get, set, help",
+    EXPECT_EQ( "error: no command '\x1b[2J\a'; there are: list, get, set, fault, clear, help",
                server.control( "\x1b[2J\a" ) );
     EXPECT_TRUE( server.waitForLog( "): ?[2J?\n" ) );
 }

@@ -69,16 +69,41 @@ TEST_F( OptionsTest, HelpAndVersionNeedNothingElse ) {
 }
 
 TEST_F( OptionsTest, WrongCallsAreExplained ) {
-    EXPECT_EQ( "--board FILE is missing: which board to serve", errorOf( {} ) );
+    EXPECT_EQ( "one of --board FILE, --i2c-dev and --replay FILE is needed: what to serve",
+               errorOf( {} ) );
     EXPECT_EQ( "unknown option '--bord'", errorOf( { "--bord", "b" } ) );
     EXPECT_EQ( "option '--board' needs a value", errorOf( { "--board" } ) );
     EXPECT_EQ( "unknown command 'frob'", errorOf( { "frob" } ) );
     EXPECT_EQ( "ctl needs a command, such as 'list'", errorOf( { "ctl" } ) );
 }
 
+TEST_F( OptionsTest, FaultsAndRecordingsAreFiles ) {
+    const Options options = parse( { "--replay", "a", "--record", "b", "--faults", "c" } );
+    EXPECT_EQ( Options::Task::Serve, options.task );
+    EXPECT_EQ( "a", options.replay );
+    EXPECT_EQ( "b", options.record );
+    EXPECT_EQ( "c", options.faults );
+    EXPECT_EQ( Options::Task::Print, parse( { "--print", "d" } ).task );
+}
+
+TEST_F( OptionsTest, I2cDevTakesAFileOrNone ) {
+    EXPECT_EQ( std::nullopt, parse( { "--board", "b" } ).i2cDev );
+    EXPECT_EQ( "", parse( { "--i2c-dev" } ).i2cDev );
+    EXPECT_EQ( "", parse( { "--i2c-dev", "--verbose" } ).i2cDev );
+    EXPECT_EQ( "m.json", parse( { "--i2c-dev=m.json" } ).i2cDev );
+    const Options options = parse( { "--i2c-dev", "m.json", "--verbose" } );
+    EXPECT_EQ( "m.json", options.i2cDev );
+    EXPECT_TRUE( options.verbose );
+}
+
+TEST_F( OptionsTest, BoardAndI2cDevAreTwoThingsToServe ) {
+    EXPECT_NE( "", errorOf( { "--board", "b", "--i2c-dev" } ) );
+}
+
 TEST_F( OptionsTest, HelpShowsEveryOption ) {
     for ( const char *name :
-          { "--board", "--socket", "--control", "--verbose", "--help", "--version" } ) {
+          { "--board", "--i2c-dev", "--socket", "--control", "--verbose", "--help", "--version",
+            "--faults", "--record", "--replay", "--print" } ) {
         EXPECT_NE( std::string_view::npos, helpText.find( name ) ) << name;
     }
 }

@@ -153,9 +153,9 @@ TEST_F( CallTest, WrongDocumentExitsWith2 ) {
     const std::string document = TEST_DATA_DIR "/emulation/fail/unknown_type.json";
     const ProgramResult result = call( { "--board", document } );
     EXPECT_EQ( 2, result.status );
-    EXPECT_EQ( "kavra-smbusd: " + document +
-                   ":4:36: unknown chip type 'LM76'; known are LM75, PCA9548\n",
-               result.err );
+    EXPECT_TRUE( result.err.starts_with( "kavra-smbusd: " + document +
+                                         ":4:36: unknown chip type 'LM76'; known are LM75, " ) )
+        << result.err;
     EXPECT_EQ( 2, call( { "--board", "/dev/null/b.json" } ).status );
 }
 

@@ -1,5 +1,6 @@
 #include "tests/support/ServerProcess.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -25,6 +26,12 @@ static std::string privateFolder() {
         throw std::runtime_error( pattern + ": " + strerror( errno ) );
     }
     return pattern;
+}
+
+static bool servesSomethingElse( const std::vector<std::string> &arguments ) {
+    return std::any_of( arguments.begin(), arguments.end(), []( const std::string &each ) {
+        return each == "--replay" || each == "--i2c-dev";
+    } );
 }
 
 ServerProcess::ServerProcess( std::string board, std::vector<std::string> arguments )
@@ -88,8 +95,11 @@ void ServerProcess::start() {
     if ( pipe2( log.data(), O_CLOEXEC ) != 0 ) {
         throw std::runtime_error( std::string( "pipe: " ) + strerror( errno ) );
     }
-    std::vector<std::string> command = { KAVRA_SMBUSD, "--board",   board_,      "--socket",
-                                         socketPath_,  "--control", controlPath_ };
+    std::vector<std::string> command = { KAVRA_SMBUSD, "--socket", socketPath_, "--control",
+                                         controlPath_ };
+    if ( !servesSomethingElse( arguments_ ) ) {
+        command.insert( command.end(), { "--board", board_ } );
+    }
     command.insert( command.end(), arguments_.begin(), arguments_.end() );
     const std::string earlier = this->log();
     logEnded_ = false;

@@ -24,7 +24,8 @@ class ServerProcess {
   public:
     /// Starts the server and returns when it is listening.
     /// @param board path of the emulation document; empty: the one of boards/VundaT.
-    /// @param arguments put behind --board, --socket and --control.
+    /// @param arguments put behind --socket, --control and --board; --replay and --i2c-dev take
+    ///                  the place of the board.
     explicit ServerProcess( std::string board = {}, std::vector<std::string> arguments = {} );
     ServerProcess( const ServerProcess & ) = delete;
     ServerProcess &operator=( const ServerProcess & ) = delete;

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "SmbusServer/Operation.h"
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace SmbusServer {
+
+/// Which device file of i2c-dev each bus is. docs/formats/i2c-map.md describes the document.
+class I2cDevMap {
+  public:
+    /// Bus N of the master I2C is /dev/i2c-N.
+    I2cDevMap() = default;
+    /// @param devices the busses that there are.
+    explicit I2cDevMap( const std::map<BusName, std::string> &devices );
+
+    /// @return nothing for a bus that the map does not name.
+    std::optional<std::string> deviceOf( const BusName &bus ) const;
+    /// The same number for busses that share wires; 0 for all that the map does not name.
+    size_t laneOf( const BusName &bus ) const;
+    bool severalAccelerators( const BusName &bus ) const;
+
+  private:
+    struct Wires {
+        std::string device;
+        size_t lane;
+    };
+    std::optional<std::map<BusName, Wires>> wires_;
+};
+
+/// @throw EmulatedBoard::DocumentError for the first thing that is wrong, also when the file cannot
+///        be read.
+I2cDevMap loadI2cDevMap( const std::string &file );
+/// The same from a text.
+/// @param file names the text in messages.
+I2cDevMap parseI2cDevMap( const std::string &text, const std::string &file );
+
+} // namespace SmbusServer

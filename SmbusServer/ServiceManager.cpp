@@ -1,0 +1,66 @@
+#include "SmbusServer/ServiceManager.h"
+
+#include "SmbusServer/UnixSocket.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <string>
+#include <string_view>
+#include <sys/socket.h>
+#include <systemd/sd-daemon.h>
+
+namespace SmbusServer {
+
+static Descriptor checked( int fd, const std::string &name ) {
+    Descriptor taken( fd );
+    if ( sd_is_socket_unix( fd, SOCK_STREAM, 1, nullptr, 0 ) <= 0 ) {
+        throw SocketError( "the socket '" + name +
+                           "' that was handed over is no listening Unix stream socket" );
+    }
+    fcntl( fd, F_SETFL, O_NONBLOCK );
+    return taken;
+}
+
+HandedSockets takeHandedSockets() {
+    char **names = nullptr;
+    const int count = sd_listen_fds_with_names( 1, &names );
+    if ( count < 0 ) {
+        throw SocketError( std::string( "sockets handed over by systemd: " ) + strerror( -count ) );
+    }
+    HandedSockets sockets;
+    std::string problem;
+    for ( int i = 0; i < count; ++i ) {
+        const std::string name = names[i];
+        free( names[i] );
+        Descriptor taken = checked( SD_LISTEN_FDS_START + i, name );
+        Descriptor &place = name == "control" ? sockets.control : sockets.clients;
+        if ( place.valid() ) {
+            problem = "two sockets were handed over where one is wanted: '" + name + "'";
+        }
+        place = std::move( taken );
+    }
+    free( names );
+    if ( !problem.empty() ) {
+        throw SocketError( problem );
+    }
+    return sockets;
+}
+
+void tellReady() {
+    sd_notify( 0, "READY=1" );
+}
+
+void tellReloading() {
+    sd_notify( 0, "RELOADING=1" );
+}
+
+void tellStopping() {
+    sd_notify( 0, "STOPPING=1" );
+}
+
+void answerWatchdog( sd_event *loop ) {
+    sd_event_set_watchdog( loop, 1 );
+}
+
+} // namespace SmbusServer
