@@ -1,6 +1,7 @@
 #include "HostTool/Classes.h"
 
 #include "HostTool/HostServices.h"
+#include "HostTool/SlotText.h"
 
 #include <algorithm>
 #include <array>
@@ -64,12 +65,12 @@ Reading finishedText( pl_status status, char *text ) {
     return finished( status, copy );
 }
 
-Readings readTempSensor( void *record ) {
+Readings readTempSensor( void *record, const Entry & ) {
     auto *sensor = static_cast<pl_temp_sensor *>( record );
     return { call<float>( sensor->ops, &pl_temp_sensor_ops::getTemperature, sensor ) };
 }
 
-Readings readFan( void *record ) {
+Readings readFan( void *record, const Entry & ) {
     auto *fan = static_cast<pl_fan *>( record );
     Reading debug = unsupported();
     if ( provides( fan->ops, &pl_fan_ops::debugInfo ) ) {
@@ -80,7 +81,7 @@ Readings readFan( void *record ) {
     return { call<int>( fan->ops, &pl_fan_ops::getRpm, fan ), debug };
 }
 
-Readings readPsu( void *record ) {
+Readings readPsu( void *record, const Entry & ) {
     auto *psu = static_cast<pl_psu *>( record );
     const pl_psu_ops *ops = psu->ops;
     return { call<bool>( ops, &pl_psu_ops::get_power_ok, psu ),
@@ -92,18 +93,35 @@ Readings readPsu( void *record ) {
              call<float>( ops, &pl_psu_ops::get_output_power, psu ) };
 }
 
-Readings readSlot( void *record ) {
+/// Model and serial number as the description has them.
+std::array<Reading, 2> identityReadings( pl_status status, const char *text, const Entry &entry ) {
+    if ( status != PL_STATUS_OK ) {
+        return { Reading::failed( status ), Reading::failed( status ) };
+    }
+    const auto identity = identityIn( text ? text : "", entry.arguments );
+    if ( !identity ) {
+        const Reading none = { {},
+                               PL_STATUS_NOT_SUPPORTED,
+                               "the description is made by none of the entry's templates" };
+        return { none, none };
+    }
+    return { Reading::of( printable( identity->model ) ),
+             Reading::of( printable( identity->serial ) ) };
+}
+
+Readings readSlot( void *record, const Entry &entry ) {
     auto *slot = static_cast<pl_slot *>( record );
     if ( !provides( slot->ops, &pl_slot_ops::getPresence ) ) {
-        return { unsupported(), unsupported() };
+        return { unsupported(), unsupported(), unsupported(), unsupported() };
     }
     char *text = nullptr;
     HostServices::get().forgetLines();
     const pl_status status = slot->ops->getPresence( slot, &text );
+    const auto [model, serial] = identityReadings( status, text, entry );
     const Reading identity = finishedText( status, text );
     const bool isAnswer = status == PL_STATUS_OK || status == PL_STATUS_NOT_PRESENT;
-    return { isAnswer ? Reading::of( status == PL_STATUS_OK ) : Reading::failed( status ),
-             identity };
+    return { isAnswer ? Reading::of( status == PL_STATUS_OK ) : Reading::failed( status ), identity,
+             model, serial };
 }
 
 /// Presence is a status of its own kind: 0 present, 1 absent, anything else a failure.
@@ -146,17 +164,17 @@ Readings readQsfp( pl_xcvr *xcvr ) {
              call<bool>( &ops, &pl_qsfp_ops::getInterrupt, xcvr ) };
 }
 
-Readings readXcvr( void *record ) {
+Readings readXcvr( void *record, const Entry & ) {
     auto *xcvr = static_cast<pl_xcvr *>( record );
     return xcvr->ops->type == PL_XCVR_QSFP ? readQsfp( xcvr ) : readSfp( xcvr );
 }
 
-Readings readGpio( void *record ) {
+Readings readGpio( void *record, const Entry & ) {
     auto *gpio = static_cast<pl_gpio *>( record );
     return { call<int>( gpio->ops, &pl_gpio_ops::bitRead, gpio ) };
 }
 
-Readings readSystem( void *record ) {
+Readings readSystem( void *record, const Entry & ) {
     auto *system = static_cast<pl_system *>( record );
     if ( !provides( system->ops, &pl_system_ops::get_reload_cause ) ) {
         return { unsupported(), unsupported(), unsupported() };
@@ -173,7 +191,7 @@ Readings readSystem( void *record ) {
 }
 
 /// A lamp cannot be asked, and a read through a raw proxy may change the chip.
-Readings readNothing( void * ) {
+Readings readNothing( void *, const Entry & ) {
     return {};
 }
 
@@ -228,7 +246,10 @@ const std::array<ClassRow, std::size( classNames )> rows = { {
       "pl_slot_init",
       "pl_slot_add",
       addByArguments<pl_slot>,
-      { { "present", "", 0 }, { "identity", "", 0 } },
+      { { "present", "", 0 },
+        { "identity", "", 0, true },
+        { "model", "", 0 },
+        { "serial", "", 0 } },
       readSlot,
       0 },
     { DeviceClass::xcvr,

@@ -17,7 +17,7 @@ struct ClassRow {
     void *( *add )( const Library &library, const char *entryPoint, const Entry &entry );
     std::vector<Column> columns;
     /// One reading a column, in their order.
-    std::vector<Reading> ( *read )( void *record );
+    std::vector<Reading> ( *read )( void *record, const Entry &entry );
     /// The library answers from what its last poll saw, and begins to poll a register when it is
     /// first asked for: how long after a first reading the values are real. 0 when they are at
     /// once.

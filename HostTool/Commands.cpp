@@ -3,6 +3,7 @@
 #include "HostTool/List.h"
 #include "HostTool/Nearest.h"
 #include "HostTool/Show.h"
+#include "HostTool/Smbus.h"
 #include "HostTool/Table.h"
 
 #include <algorithm>
@@ -26,14 +27,14 @@ ExitCode list( Task &task ) {
 ExitCode show( Task &task ) {
     readDevices( task.devices );
     print( task.options.json ? showAsJson( task.devices )
-                             : showAsText( task.devices, wantsColour() ) );
+                             : showAsText( task.devices, wantsColour(), task.options.fdl ) );
     const bool isWell =
         std::none_of( task.devices.begin(), task.devices.end(),
                       []( const Device &each ) { return isTrouble( each.state ); } );
     return isWell ? ExitCode::fine : ExitCode::boardTrouble;
 }
 
-constexpr CommandRow commandRows[] = {
+const CommandRow commandRows[] = {
     { "list", "[DEVICE...]", "what devices.json describes; needs no server, no library",
       Needs::entries, list,
       R"(Prints class, name, driver, did and thresholds of each entry, or of those named.
@@ -54,8 +55,11 @@ says of itself that it is not well.
 Examples:
   kavractl show
   kavractl show inlet outlet
+  kavractl show --fdl psu1-slot
   kavractl show --json | jq '.devices[] | select(.state != "ok")'
 )" },
+    { "smbus", "OPERATION...", "one raw access to a chip, or a scan of a bus", Needs::library,
+      runSmbus, smbusHelp },
 };
 
 constexpr const char *optionsHelp = R"(
@@ -70,6 +74,9 @@ Options:
   --simulate[=DIR]    keep registers in files of DIR and reach no hardware;
                       the library wants a server all the same
   --json              print JSON
+  --fdl               show the description texts of parts in slots too
+  --yes, -y           do not ask before a write
+  --force             let smbus use reserved chip addresses too
   --trace LEVEL       print the library's traces up to LEVEL, 0 to 7, to stderr
   --help, -h          this text, or that of a command
   --version           the version
@@ -106,7 +113,7 @@ const CommandRow &findCommand( const std::string &name ) {
 
 std::string help() {
     std::string text =
-        "usage: kavractl [OPTION...] COMMAND [DEVICE...]\n\n"
+        "usage: kavractl [OPTION...] COMMAND [OPERAND...]\n\n"
         "Loads the platform library as a host does and works on a board's devices.\n\n"
         "Commands:\n";
     for ( const CommandRow &row : commandRows ) {

@@ -13,6 +13,7 @@ namespace HostTool {
 enum class Needs {
     entries, ///< the documents; neither server nor library
     devices, ///< all of it, the devices added
+    library, ///< documents, library and server; the operands are the command's own
 };
 
 /// What a command works on: everything that it needs is there when it is called.
@@ -21,6 +22,7 @@ struct Task {
     Board board;
     std::vector<const Entry *> entries; ///< those that were named, or all
     std::vector<Device> devices;
+    const Library *library = nullptr;
 };
 
 struct CommandRow {

@@ -18,39 +18,6 @@ std::string about( const Entry &entry ) {
     return "'" + entry.name + "' (" + entry.place + ")";
 }
 
-void makeSureOfServer( const Options &options, const Board &board ) {
-    const std::string path = serverSocket();
-    const std::string reason = whyNoServer( path );
-    if ( reason.empty() ) {
-        return;
-    }
-    if ( !options.wait ) {
-        throw Failure( ExitCode::unreachable, noServerMessage( path, reason, board.folder ) );
-    }
-    fprintf( stderr, "kavractl: waiting up to 30 s for the SMBus server at %s (%s)\n", path.c_str(),
-             reason.c_str() );
-}
-
-void initialise( const Library &library, const char *entryPoint, const Board &board ) {
-    const AbortNote note( "while loading " + board.topologyPath );
-    HostServices::get().forgetLines();
-    const pl_status status =
-        library.entryPoint<pl_status( const char * )>( entryPoint )( board.topology.c_str() );
-    if ( status == PL_STATUS_OK ) {
-        return;
-    }
-    if ( status == PL_STATUS_IO_ERROR ) {
-        const std::string reason = whyNoServer( serverSocket() );
-        throw Failure( ExitCode::unreachable,
-                       noServerMessage( serverSocket(),
-                                        reason.empty() ? Reading::failed( status ).reason : reason,
-                                        board.folder ) );
-    }
-    throw Failure( ExitCode::badInput, board.topologyPath +
-                                           ": the library refuses it: " + nameOf( status ) + ": " +
-                                           Reading::failed( status ).reason );
-}
-
 std::string joined( const std::vector<std::string> &lines ) {
     std::string text;
     for ( const std::string &line : lines ) {
@@ -88,7 +55,7 @@ Device add( const Library &library, const Entry &entry ) {
 void read( Device &device ) {
     const AbortNote note( "while reading " + about( *device.entry ) );
     try {
-        device.readings = device.row->read( device.record );
+        device.readings = device.row->read( device.record, *device.entry );
     } catch ( const std::exception &exception ) {
         device.readings = allFailed( device.row->columns.size(), PL_STATUS_FAILED,
                                      printable( exception.what() ) );
@@ -97,6 +64,39 @@ void read( Device &device ) {
 }
 
 } // namespace
+
+void makeSureOfServer( const Options &options, const Board &board ) {
+    const std::string path = serverSocket();
+    const std::string reason = whyNoServer( path );
+    if ( reason.empty() ) {
+        return;
+    }
+    if ( !options.wait ) {
+        throw Failure( ExitCode::unreachable, noServerMessage( path, reason, board.folder ) );
+    }
+    fprintf( stderr, "kavractl: waiting up to 30 s for the SMBus server at %s (%s)\n", path.c_str(),
+             reason.c_str() );
+}
+
+void initialise( const Library &library, const char *entryPoint, const Board &board ) {
+    const AbortNote note( "while loading " + board.topologyPath );
+    HostServices::get().forgetLines();
+    const pl_status status =
+        library.entryPoint<pl_status( const char * )>( entryPoint )( board.topology.c_str() );
+    if ( status == PL_STATUS_OK ) {
+        return;
+    }
+    if ( status == PL_STATUS_IO_ERROR ) {
+        const std::string reason = whyNoServer( serverSocket() );
+        throw Failure( ExitCode::unreachable,
+                       noServerMessage( serverSocket(),
+                                        reason.empty() ? Reading::failed( status ).reason : reason,
+                                        board.folder ) );
+    }
+    throw Failure( ExitCode::badInput, board.topologyPath +
+                                           ": the library refuses it: " + nameOf( status ) + ": " +
+                                           Reading::failed( status ).reason );
+}
 
 std::vector<Device> addDevices( const Library &library, const Options &options, const Board &board,
                                 const std::vector<const Entry *> &entries ) {

@@ -21,6 +21,13 @@ struct Device {
     State state = State::added;
 };
 
+/// @throw Failure (unreachable) without a server, unless the options say to wait for one.
+void makeSureOfServer( const Options &options, const Board &board );
+
+/// Initialises a class with the board's topology.
+/// @throw Failure (unreachable) without a server; (badInput) when the library refuses the topology.
+void initialise( const Library &library, const char *entryPoint, const Board &board );
+
 /// Makes sure of the server, initialises the classes that are needed and adds the entries in order.
 /// @throw Failure (unreachable) without a server; (badInput) when the library refuses the
 ///        topology or throws over an entry. An assertion of the library ends the process, and

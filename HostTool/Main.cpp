@@ -12,6 +12,11 @@ static ExitCode runCommand( const CommandRow &command, const Options &options ) 
     HostServices::get().traceLevelIs( options.traceLevel );
 
     Task task = { options, readBoard( findBoardFolder( options.board ) ), {}, {} };
+    if ( command.needs == Needs::library ) {
+        const Library library( options.library );
+        task.library = &library;
+        return command.run( task );
+    }
     task.entries = selectEntries( task.board, options.operands );
     if ( command.needs == Needs::devices ) {
         const Library library( options.library );

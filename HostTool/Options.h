@@ -18,6 +18,9 @@ struct Options {
     std::string simulationFolder; ///< empty: the library's own choice
     bool wait = false;
     bool json = false;
+    bool fdl = false;    ///< show description texts too
+    bool yes = false;    ///< do not ask
+    bool force = false;  ///< also what is not usually meant
     int traceLevel = -1; ///< -1: no traces
     bool help = false;
     bool version = false;

@@ -29,6 +29,8 @@ struct Column {
     const char *key;  ///< in JSON
     const char *unit; ///< "C", "A"; empty when the value has none
     int decimals;     ///< shown to a person
+    /// A text of its own language, shown to a person who asks for it.
+    bool isDescription = false;
 };
 
 /// What a device is like, judged by its readings.

@@ -85,10 +85,12 @@ std::string heading( std::string key ) {
     return key;
 }
 
-Table tableFor( const ClassRow &row ) {
+Table tableFor( const ClassRow &row, bool withDescriptions ) {
     std::vector<std::string> headings = { "NAME" };
     for ( const Column &column : row.columns ) {
-        headings.push_back( heading( column.key ) );
+        if ( withDescriptions || !column.isDescription ) {
+            headings.push_back( heading( column.key ) );
+        }
     }
     if ( row.deviceClass == DeviceClass::tempSensor ) {
         headings.insert( headings.end(), { "ALERT", "CRITICAL" } );
@@ -97,12 +99,15 @@ Table tableFor( const ClassRow &row ) {
     return Table( headings );
 }
 
-TableRow rowFor( const Device &device ) {
+TableRow rowFor( const Device &device, bool withDescriptions ) {
     const Colour colour = colourOf( device.state );
     TableRow row;
     row.cells.push_back( { device.entry->name } );
     for ( size_t i = 0; i < device.readings.size(); ++i ) {
         const Column &column = device.row->columns[i];
+        if ( column.isDescription && !withDescriptions ) {
+            continue;
+        }
         std::string text = textOf( device.readings[i], column );
         if ( text.find( '\n' ) != std::string::npos ) {
             std::istringstream lines( text );
@@ -165,14 +170,14 @@ void writeDevice( JsonWriter &writer, const Device &device ) {
 
 } // namespace
 
-std::string showAsText( const std::vector<Device> &devices, bool coloured ) {
+std::string showAsText( const std::vector<Device> &devices, bool coloured, bool withDescriptions ) {
     std::string text;
     for ( const ClassName &each : classNames ) {
-        Table table = tableFor( rowOf( each.deviceClass ) );
+        Table table = tableFor( rowOf( each.deviceClass ), withDescriptions );
         bool isEmpty = true;
         for ( const Device &device : devices ) {
             if ( device.entry->deviceClass == each.deviceClass ) {
-                table.add( rowFor( device ) );
+                table.add( rowFor( device, withDescriptions ) );
                 isEmpty = false;
             }
         }

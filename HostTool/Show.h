@@ -8,7 +8,8 @@
 namespace HostTool {
 
 /// What "kavractl show" prints of devices that were read: a table a class.
-std::string showAsText( const std::vector<Device> &devices, bool coloured );
+/// @param withDescriptions also what parts are described by, in the platform's own language
+std::string showAsText( const std::vector<Device> &devices, bool coloured, bool withDescriptions );
 
 /// The same as one JSON document with stable keys; a reading that failed is null with a reason.
 std::string showAsJson( const std::vector<Device> &devices );

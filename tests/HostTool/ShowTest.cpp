@@ -167,7 +167,28 @@ TEST_F( ShowTest, SlotWithTheIdentityOfItsPart ) {
     device( "slot" );
     EXPECT_EQ( "true", reading( "present", "value" ) );
     EXPECT_EQ( "\"model: PWR-500\\nserial: A1\"", reading( "identity", "value" ) );
-    EXPECT_THAT( show().out, EndsWith( "      model: PWR-500\n      serial: A1\n" ) );
+    EXPECT_THAT( kavractl( { "show", "--fdl" } ).out,
+                 EndsWith( "      model: PWR-500\n      serial: A1\n" ) );
+}
+
+TEST_F( ShowTest, SlotWithModelAndSerialNumberOfItsPart ) {
+    folder.devices( R"([ { "class": "slot", "name": "d", "arguments": { "behave": "well",
+        "driverArgs": { "model_1": "PWR-500",
+                        "psuFdl_1": "model: PWR-500\nserial: {serialNum}\n" } } } ])" );
+    EXPECT_EQ( "\"PWR-500\"", reading( "model", "value" ) );
+    EXPECT_EQ( "\"A1\"", reading( "serial", "value" ) );
+    EXPECT_EQ( "slot\n"
+               "  NAME  PRESENT  MODEL    SERIAL  STATE  REASON\n"
+               "  d     yes      PWR-500  A1      ok\n",
+               show().out );
+}
+
+TEST_F( ShowTest, DescriptionOfNoKnownTemplateTellsNoModel ) {
+    device( "slot" );
+    EXPECT_EQ( 0, show().status );
+    EXPECT_EQ( "null", reading( "model", "value" ) );
+    EXPECT_EQ( "\"PL_STATUS_NOT_SUPPORTED\"", reading( "serial", "status" ) );
+    EXPECT_THAT( show().out, HasSubstr( "  d     yes      n/a    n/a     ok\n" ) );
 }
 
 TEST_F( ShowTest, EmptySlotIsAbsentAndNoTrouble ) {
@@ -175,7 +196,7 @@ TEST_F( ShowTest, EmptySlotIsAbsentAndNoTrouble ) {
     EXPECT_EQ( 0, show().status );
     EXPECT_EQ( "false", reading( "present", "value" ) );
     EXPECT_EQ( "null", reading( "identity", "value" ) );
-    EXPECT_THAT( show().out, HasSubstr( "no       --        absent  not present\n" ) );
+    EXPECT_THAT( show().out, HasSubstr( "no       --     --      absent  not present\n" ) );
 }
 
 TEST_F( ShowTest, SlotThatCannotBeReadIsNotAbsent ) {
