@@ -1,0 +1,156 @@
+// One reading of everything that a power supply offers, over the emulated VundaT: how many
+// transactions it takes, and what of its time is the library's own. The base sends the very frames
+// that the library sent, over a bare connection to the same server.
+#include "benchmarks/support/BoardServer.h"
+#include "benchmarks/support/Interleaved.h"
+
+#include <array>
+#include <benchmark/benchmark.h>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <fstream>
+#include <PlatformLibrary/pl.h>
+#include <sched.h>
+#include <sstream>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+std::vector<std::string> *keptFrames = nullptr;
+
+} // namespace
+
+// Stands before the C library's: the library under test sends through it.
+extern "C" ssize_t send( int fd, const void *data, size_t size, int flags ) {
+    using Send = ssize_t( int, const void *, size_t, int );
+    static auto *const next = reinterpret_cast<Send *>( dlsym( RTLD_NEXT, "send" ) );
+    if ( keptFrames ) {
+        keptFrames->emplace_back( static_cast<const char *>( data ), size );
+    }
+    return next( fd, data, size, flags );
+}
+
+namespace {
+
+std::string fileText( const char *path ) {
+    std::ifstream file( path );
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// The first supply of the board, as its devices.json has it. The texts outlive the devices.
+constexpr const char *psuText = R"({"driver":"Pmbus","did":21,"address":{"address":88}})";
+constexpr const char *slotText =
+    R"({"driver":"PsuSlot","did":31,"address":{"address":88},"driverArgs":{"psuId":1,)"
+    R"("identificationType":"pmbus","gpioDevice":"slots","presenceReg":8,"presenceBit":1,)"
+    R"("powerOkReg":8,"powerOkBit":3,"model_1":"DPS550AB6A","psuFdl_1":"{serialNum}"}})";
+constexpr std::array fanTexts = {
+    R"({"driver":"Pmbus","did":21,"address":{"address":88},"driverArgs":{"fanId":1,"maxFanRpm":20000}})",
+    R"({"driver":"Pmbus","did":21,"address":{"address":88},"driverArgs":{"fanId":2,"maxFanRpm":20000}})",
+};
+constexpr std::array sensorTexts = {
+    R"({"driver":"Pmbus","did":21,"address":{"address":88},"driverArgs":{"sensorId":1}})",
+    R"({"driver":"Pmbus","did":21,"address":{"address":88},"driverArgs":{"sensorId":2}})",
+    R"({"driver":"Pmbus","did":21,"address":{"address":88},"driverArgs":{"sensorId":3}})",
+};
+
+class Supply {
+  public:
+    Supply() : psu_( pl_psu_add( psuText ) ), slot_( pl_slot_add( slotText ) ) {
+        for ( size_t i = 0; i < fans_.size(); ++i ) {
+            fans_[i] = pl_fan_add( fanTexts[i] );
+        }
+        for ( size_t i = 0; i < sensors_.size(); ++i ) {
+            sensors_[i] = pl_temp_sensor_add( sensorTexts[i], 55, 65 );
+        }
+    }
+
+    /// Presence and identity, power good, six electrical values, temperatures and fans.
+    /// @return true when every status was PL_STATUS_OK.
+    bool readEverything() const {
+        char *fdl = nullptr;
+        pl_status failures = slot_->ops->getPresence( slot_, &fdl );
+        free( fdl );
+        int number = 0;
+        failures |= psu_->ops->get_power_ok( psu_, &number );
+        float value = 0;
+        for ( auto get : { psu_->ops->get_input_current, psu_->ops->get_output_current,
+                           psu_->ops->get_input_voltage, psu_->ops->get_output_voltage,
+                           psu_->ops->get_input_power, psu_->ops->get_output_power } ) {
+            failures |= get( psu_, &value );
+        }
+        for ( pl_temp_sensor *sensor : sensors_ ) {
+            failures |= sensor->ops->getTemperature( sensor, &value );
+        }
+        for ( pl_fan *fan : fans_ ) {
+            failures |= fan->ops->getRpm( fan, &number );
+        }
+        return failures == PL_STATUS_OK;
+    }
+
+  private:
+    pl_psu *psu_;
+    pl_slot *slot_;
+    std::array<pl_fan *, fanTexts.size()> fans_{};
+    std::array<pl_temp_sensor *, sensorTexts.size()> sensors_{};
+};
+
+int connectTo( const std::string &path ) {
+    const int fd = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
+    sockaddr_un name{};
+    name.sun_family = AF_UNIX;
+    path.copy( name.sun_path, sizeof name.sun_path - 1 );
+    return connect( fd, reinterpret_cast<sockaddr *>( &name ), sizeof name ) == 0 ? fd : -1;
+}
+
+void sendAgain( int fd, const std::vector<std::string> &frames ) {
+    std::array<char, 4096> answer;
+    for ( const std::string &frame : frames ) {
+        send( fd, frame.data(), frame.size(), MSG_NOSIGNAL );
+        benchmark::DoNotOptimize( recv( fd, answer.data(), answer.size(), 0 ) );
+    }
+}
+
+void ReadSupply( benchmark::State &state ) {
+    cpu_set_t cpus;
+    CPU_ZERO( &cpus );
+    CPU_SET( 0, &cpus );
+    sched_setaffinity( 0, sizeof cpus, &cpus );
+    const BoardServer server( fileText( SOURCE_DIR "/boards/VundaT/emulation.json" ) );
+    setenv( "SMBUSD_SOCKET", server.path().c_str(), 1 );
+    static const std::string topology = fileText( SOURCE_DIR "/boards/VundaT/topology.json" );
+    const int bare = connectTo( server.path() );
+    if ( pl_psu_init( topology.c_str() ) != PL_STATUS_OK || bare == -1 ) {
+        state.SkipWithError( "no server" );
+        return;
+    }
+    const Supply supply;
+    supply.readEverything(); // the first reading makes the description text, the next find it
+    std::vector<std::string> frames;
+    keptFrames = &frames;
+    const bool complete = supply.readEverything();
+    keptFrames = nullptr;
+    if ( !complete ) {
+        state.SkipWithError( "the supply cannot be read" );
+        return;
+    }
+    for ( auto _ : state ) {
+        const Interleaved result = interleave(
+            100, 10, [&] { sendAgain( bare, frames ); }, [&] { supply.readEverything(); } );
+        state.SetIterationTime( result.testNs * 1e-9 );
+        state.counters["transactions"] = static_cast<double>( frames.size() );
+        state.counters["control"] = result.control;
+        state.counters["library_share_%"] = 100 * ( 1 - result.baseNs / result.testNs );
+    }
+    close( bare );
+}
+BENCHMARK( ReadSupply )->UseManualTime()->Iterations( 1 );
+
+} // namespace
+
+BENCHMARK_MAIN();
