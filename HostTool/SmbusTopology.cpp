@@ -92,17 +92,19 @@ class TopologyDocument {
         if ( !node.IsObject() ) {
             return;
         }
-        for ( auto &member : node.GetObject() ) {
-            const std::string_view key = member.name.GetString();
-            if ( key == "label" && member.value.IsString() ) {
-                labels_.insert( member.value.GetString() );
+        // By distance: the iterators' own != is ambiguous with itself in C++20.
+        const Value::ConstMemberIterator end = node.MemberEnd();
+        for ( Value::MemberIterator member = node.MemberBegin(); end - member > 0; ++member ) {
+            const std::string_view key = member->name.GetString();
+            if ( key == "label" && member->value.IsString() ) {
+                labels_.insert( member->value.GetString() );
                 if ( isBus ) {
-                    busses_.emplace_back( member.value.GetString(), &node );
+                    busses_.emplace_back( member->value.GetString(), &node );
                 }
-            } else if ( key == "did" && member.value.IsUint() ) {
-                dids_.insert( member.value.GetUint() );
+            } else if ( key == "did" && member->value.IsUint() ) {
+                dids_.insert( member->value.GetUint() );
             }
-            for ( Value &child : arrayOf( member.value ) ) {
+            for ( Value &child : arrayOf( member->value ) ) {
                 visit( child, key == "busses" );
             }
         }
