@@ -39,7 +39,7 @@ static std::string operationText( const Operation &operation ) {
     if ( operation.isSendByte() ) {
         return text( "%02x=%02x", chip, operation.reg );
     }
-    const std::string place = text( "%02x[%02x]", chip, operation.reg );
+    std::string place = text( "%02x[%02x]", chip, operation.reg );
     switch ( operation.type ) {
     case Smbus::READ:
         return operation.length == 0 ? text( "%02x[]", chip )
