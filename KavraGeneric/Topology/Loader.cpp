@@ -6,29 +6,53 @@
 #include "KavraGeneric/HostServices.h"
 #include "KavraGeneric/Topology/Topology.h"
 
+#include <cstring>
 #include <string_view>
 
 namespace Topology {
 
 namespace {
 
+// The value under a key, or null. Keys are known here, so that to compare one is a word or two.
+template <std::size_t size>
+const rapidjson::Value *find( const rapidjson::Value &json, const char ( &key )[size] ) {
+    for ( auto member = json.MemberBegin(); member != json.MemberEnd(); ++member ) {
+        if ( member->name.GetStringLength() == size - 1 &&
+             std::memcmp( member->name.GetString(), key, size - 1 ) == 0 ) {
+            return &member->value;
+        }
+    }
+    return nullptr;
+}
+
 // Hands every element of an optional array of objects to a function.
-void forEachObject( const rapidjson::Value &json, const char *key, const auto &function ) {
-    const auto member = json.FindMember( key );
-    if ( member == json.MemberEnd() ) {
+template <std::size_t size>
+void forEachObject( const rapidjson::Value &json, const char ( &key )[size],
+                    const auto &function ) {
+    const rapidjson::Value *array = find( json, key );
+    if ( !array ) {
         return;
     }
-    for ( auto it = member->value.Begin(); it != member->value.End(); ++it ) {
+    for ( auto it = array->Begin(); it != array->End(); ++it ) {
         assert( it->IsObject() );
         function( *it );
     }
 }
 
-void reserveFor( auto &children, const rapidjson::Value &json, const char *key ) {
-    const auto member = json.FindMember( key );
-    if ( member != json.MemberEnd() && member->value.IsArray() ) {
-        children.reserve( member->value.Size() );
+// The devices of a parent lie side by side in one block, which their pointers own together.
+void buildDevices( std::vector<std::shared_ptr<Device>> &devices, const rapidjson::Value &json ) {
+    const rapidjson::Value *entries = find( json, "devices" );
+    if ( !entries ) {
+        return;
     }
+    const auto first = entries->Begin();
+    const auto count = static_cast<std::size_t>( entries->End() - first );
+    const std::shared_ptr<Device[]> block( new Device[count] );
+    Device *place = block.get();
+    devices.reserve( count );
+    forEachObject( json, "devices", [&]( const rapidjson::Value &entry ) {
+        devices.push_back( Device::fromJSON( entry, { block, place++ } ) );
+    } );
 }
 
 struct MediumType {
@@ -61,10 +85,9 @@ std::shared_ptr<MediumNode> buildMedium( std::string_view type, const rapidjson:
 } // namespace
 
 void Node::init( std::shared_ptr<Node> node, const rapidjson::Value &json ) {
-    const auto label = json.FindMember( "label" );
-    if ( label != json.MemberEnd() ) {
+    if ( const rapidjson::Value *label = find( json, "label" ) ) {
         // Documents tend to list labels in ascending order, which makes the end a good hint.
-        _topology_index.insert_or_assign( _topology_index.end(), label->value.GetString(),
+        _topology_index.insert_or_assign( _topology_index.end(), label->GetString(),
                                           std::move( node ) );
     }
 }
@@ -78,15 +101,19 @@ std::shared_ptr<Component> Component::fromJSON( const rapidjson::Value &json ) {
     return component;
 }
 
-// Documents are devices for the most part, so this one looks each key up once.
 std::shared_ptr<Device> Device::fromJSON( const rapidjson::Value &json ) {
+    return fromJSON( json, std::make_shared<Device>() );
+}
+
+// Documents are devices for the most part: what is done here is what loading costs.
+std::shared_ptr<Device> Device::fromJSON( const rapidjson::Value &json,
+                                          std::shared_ptr<Device> device ) {
     assert( json.IsObject() );
-    const auto did = json.FindMember( "did" );
-    ASSERT_TEXT( did != json.MemberEnd(), "json.HasMember( \"did\" )" );
-    auto device = std::make_shared<Device>();
-    device->did = did->value.GetUint();
+    const rapidjson::Value *did = find( json, "did" );
+    ASSERT_TEXT( did, "json.HasMember( \"did\" )" );
+    device->did = did->GetUint();
     Node::init( device, json );
-    if ( json.HasMember( "driver" ) ) {
+    if ( find( json, "driver" ) ) {
         device->driverArgs = Drivers::DriverArgs::fromJSON( json );
     }
     forEachObject( json, "components", [&]( const rapidjson::Value &entry ) {
@@ -120,10 +147,7 @@ void Bus::init( std::shared_ptr<Bus> bus, const rapidjson::Value &json ) {
     assert( json.HasMember( "id" ) );
     Node::init( bus, json );
     bus->id = static_cast<uint32_t>( json["id"].GetInt() );
-    reserveFor( bus->devices, json, "devices" );
-    forEachObject( json, "devices", [&]( const rapidjson::Value &entry ) {
-        bus->devices.push_back( Device::fromJSON( entry ) );
-    } );
+    buildDevices( bus->devices, json );
     forEachObject( json, "muxes", [&]( const rapidjson::Value &entry ) {
         bus->muxes.push_back( Mux::fromJSON( entry ) );
     } );
@@ -183,9 +207,7 @@ std::shared_ptr<Celestica> Celestica::fromJSON( const rapidjson::Value &json ) {
 std::shared_ptr<LinuxFs> LinuxFs::fromJSON( const rapidjson::Value &json ) {
     auto medium = std::make_shared<LinuxFs>();
     Node::init( medium, json );
-    forEachObject( json, "devices", [&]( const rapidjson::Value &entry ) {
-        medium->devices.push_back( Device::fromJSON( entry ) );
-    } );
+    buildDevices( medium->devices, json );
     return medium;
 }
 

@@ -52,6 +52,9 @@ class Device : public Node {
   public:
     bool accept( TopologyVisitor *visitor ) const override;
     static std::shared_ptr<Device> fromJSON( const rapidjson::Value &json );
+    /// Builds the device in a place that is made for it already.
+    static std::shared_ptr<Device> fromJSON( const rapidjson::Value &json,
+                                             std::shared_ptr<Device> device );
 
     uint32_t did = 0;
     std::shared_ptr<Drivers::DriverArgs> driverArgs; ///< empty unless the entry has a "driver" key
