@@ -1,7 +1,6 @@
 #include "KavraGeneric/Components/Fan.h"
 
-#include "KavraGeneric/Components/DeviceBase.h"
-#include "KavraGeneric/Drivers/Drivers.h"
+#include "KavraGeneric/Components/AddDevice.h"
 #include "KavraGeneric/HostServices.h"
 
 #include <cstddef>
@@ -46,16 +45,6 @@ static_assert( offsetof( pl_fan_ops, setRpm ) == 24 );
 } // namespace Component::LogicalDevice
 
 pl_fan *pl_fan_add( const char *arguments ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( arguments, args );
-    if ( !device ) {
-        pl_trace( 0, "DeviceBase::create() failed" );
-        return nullptr;
-    }
-    Component::LogicalDevice::Fan *fan = device->newFan( args );
-    if ( !fan ) {
-        pl_trace( 0, "newFan() failed" );
-        return nullptr;
-    }
-    return fan->record();
+    auto *fan = Component::addDevice( arguments, 0, "newFan", &Component::DeviceBase::newFan );
+    return fan ? fan->record() : nullptr;
 }

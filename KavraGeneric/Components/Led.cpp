@@ -1,8 +1,7 @@
 #include "KavraGeneric/Components/Led.h"
 
 #include "KavraGeneric/Assert.h"
-#include "KavraGeneric/Components/DeviceBase.h"
-#include "KavraGeneric/Drivers/Drivers.h"
+#include "KavraGeneric/Components/AddDevice.h"
 #include "KavraGeneric/HostServices.h"
 
 #include <cstddef>
@@ -79,15 +78,8 @@ static_assert( offsetof( pl_led_ops, setLightSetting ) == 8 );
 } // namespace Component::LogicalDevice
 
 pl_led *pl_led_add( const char *arguments ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( arguments, args );
-    if ( !device ) {
-        pl_trace( 0, "DeviceBase::create() failed" );
-        return nullptr;
-    }
-    Component::LogicalDevice::Led *led = device->newLed( args );
+    auto *led = Component::addDevice( arguments, 0, "newLed", &Component::DeviceBase::newLed );
     if ( !led ) {
-        pl_trace( 0, "newLed() failed" );
         return nullptr;
     }
     if ( led->mayBlink() ) {

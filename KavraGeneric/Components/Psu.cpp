@@ -1,7 +1,6 @@
 #include "KavraGeneric/Components/Psu.h"
 
-#include "KavraGeneric/Components/DeviceBase.h"
-#include "KavraGeneric/Drivers/Drivers.h"
+#include "KavraGeneric/Components/AddDevice.h"
 #include "KavraGeneric/HostServices.h"
 
 #include <cstddef>
@@ -71,16 +70,6 @@ static_assert( offsetof( pl_psu_ops, get_output_power ) == 64 );
 } // namespace Component::LogicalDevice
 
 pl_psu *pl_psu_add( const char *arguments ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( arguments, args );
-    if ( !device ) {
-        pl_trace( 2, "DeviceBase::create() failed" );
-        return nullptr;
-    }
-    Component::LogicalDevice::Psu *psu = device->newPsu( args );
-    if ( !psu ) {
-        pl_trace( 2, "newPsu() failed" );
-        return nullptr;
-    }
-    return psu->record();
+    auto *psu = Component::addDevice( arguments, 2, "newPsu", &Component::DeviceBase::newPsu );
+    return psu ? psu->record() : nullptr;
 }

@@ -1,7 +1,6 @@
 #include "KavraGeneric/Components/Slot.h"
 
-#include "KavraGeneric/Components/DeviceBase.h"
-#include "KavraGeneric/Drivers/Drivers.h"
+#include "KavraGeneric/Components/AddDevice.h"
 #include "KavraGeneric/HostServices.h"
 
 #include <cstddef>
@@ -28,16 +27,6 @@ static_assert( offsetof( pl_slot_ops, getPresence ) == 8 );
 } // namespace Component::LogicalDevice
 
 pl_slot *pl_slot_add( const char *arguments ) {
-    Drivers::DriverArgs args;
-    Component::DeviceBase *device = Component::DeviceBase::create( arguments, args );
-    if ( !device ) {
-        pl_trace( 0, "DeviceBase::create() failed" );
-        return nullptr;
-    }
-    Component::LogicalDevice::Slot *slot = device->newSlot( args );
-    if ( !slot ) {
-        pl_trace( 0, "newSlot() failed" );
-        return nullptr;
-    }
-    return slot->record();
+    auto *slot = Component::addDevice( arguments, 0, "newSlot", &Component::DeviceBase::newSlot );
+    return slot ? slot->record() : nullptr;
 }
