@@ -4,10 +4,12 @@
 #include "KavraGeneric/HostServices.h"
 
 #include <cstddef>
+#include <utility>
 
 namespace Component::LogicalDevice {
 
-Slot::Slot() : host_( &ops_, this ) {}
+Slot::Slot( uint8_t index, DriverSpecificArgs args, const char *json )
+    : host_( &ops_, this ), slotIndex_( index ), slotArgs_( std::move( args ) ), json_( json ) {}
 
 Slot::~Slot() = default;
 

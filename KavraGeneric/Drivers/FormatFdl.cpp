@@ -3,13 +3,54 @@
 #include "KavraGeneric/Assert.h"
 #include "KavraGeneric/HostServices.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Drivers {
 
-static std::string placeholderOf( const std::string &key ) {
+namespace {
+
+// Of a fill that is tried out. Templates have a few hundred characters and a placeholder or two.
+constexpr int mostReplacements = 1000;
+constexpr size_t mostGrowth = 256 << 10;
+
+std::string placeholderOf( const std::string &key ) {
     return '{' + key + '}';
 }
+
+// A shorter value uses up the text. Of the longer ones "}}{key{key" in the template "{key}}" grows
+// for ever: it begins with the placeholder's end and ends with its beginning. One that does only
+// one of the two uses up a brace of the template with each placeholder that it completes.
+bool mayFeedOnItself( const std::string &placeholder, const std::string &value ) {
+    if ( value.size() < placeholder.size() ) {
+        return false;
+    }
+    bool beginsWithItsEnd = false;
+    bool endsWithItsBeginning = false;
+    for ( size_t length = 1; length < placeholder.size(); ++length ) {
+        beginsWithItsEnd |= value.starts_with( placeholder.substr( length ) );
+        endsWithItsBeginning |= value.ends_with( placeholder.substr( 0, length ) );
+    }
+    return beginsWithItsEnd && endsWithItsBeginning;
+}
+
+// A placeholder is replaced where it comes first: in front of it there can be no other afterwards
+// but one that the value completes, so the search need not begin at the start again.
+bool trialEnds( const std::string &original, const std::string &placeholder,
+                const std::string &value ) {
+    std::string text = original;
+    size_t found = text.find( placeholder );
+    for ( int replacements = 0; found != std::string::npos; ++replacements ) {
+        if ( replacements == mostReplacements || text.size() > original.size() + mostGrowth ) {
+            return false;
+        }
+        text.replace( found, placeholder.size(), value );
+        found = text.find( placeholder, found - std::min( found, placeholder.size() ) );
+    }
+    return true;
+}
+
+} // namespace
 
 FormatFdl::FormatFdl( std::string text ) : template_( std::move( text ) ) {}
 
@@ -46,19 +87,15 @@ std::string FormatFdl::str() {
     return text_;
 }
 
-// A value that begins with the placeholder's end and ends with its beginning can feed on itself:
-// "}}{key{key" in the template "{key}}" grows for ever. One that does only one of the two uses up a
-// piece of the template with each placeholder that it completes.
-bool FormatFdl::comesToAnEnd( const std::string &key, const std::string &value ) {
+bool FormatFdl::comesToAnEnd( const std::string &key, const std::string &value ) const {
     const std::string placeholder = placeholderOf( key );
-    bool beginsWithItsEnd = false;
-    bool endsWithItsBeginning = false;
-    for ( size_t length = 1; length < placeholder.size(); ++length ) {
-        beginsWithItsEnd |= value.starts_with( placeholder.substr( length ) );
-        endsWithItsBeginning |= value.ends_with( placeholder.substr( 0, length ) );
+    if ( template_.find( placeholder ) == std::string::npos ) {
+        return true; // set() says what it thinks of that
     }
-    return value.find( placeholder ) == std::string::npos &&
-           !( beginsWithItsEnd && endsWithItsBeginning );
+    if ( value.find( placeholder ) != std::string::npos ) {
+        return false;
+    }
+    return !mayFeedOnItself( placeholder, value ) || trialEnds( template_, placeholder, value );
 }
 
 } // namespace Drivers

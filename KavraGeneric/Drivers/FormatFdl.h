@@ -12,8 +12,8 @@ class FormatFdl {
 
     void start();
     /// Puts the value in place of each `{key}`. Asserts, after a trace, that there is one.
-    /// The search goes on in the text that results: a value that brings the placeholder along never
-    /// comes to an end, see comesToAnEnd().
+    /// The search goes on in the text that results, so that a value that brings the placeholder
+    /// along never comes to an end, see comesToAnEnd().
     /// @return true
     bool set( std::string key, std::string value );
     /// Ends the filling. @return the text; valid until the next start() or the object's end.
@@ -21,9 +21,11 @@ class FormatFdl {
     /// Ends the filling. @return the text.
     std::string str();
 
-    /// Tells values that set() is safe with, whatever the template, from those that hold the
-    /// placeholder or, next to a copy of themselves, could form it again and again.
-    static bool comesToAnEnd( const std::string &key, const std::string &value );
+    /// Whether set() right after start() returns. A fill that takes more than 1000 replacements or
+    /// makes the template 256 KiB longer, by a value that forms the placeholder anew, counts as
+    /// one without an end.
+    /// @param key without braces
+    bool comesToAnEnd( const std::string &key, const std::string &value ) const;
 
   private:
     bool active_ = false;

@@ -14,7 +14,8 @@ class Gpio;
 
 namespace Drivers {
 
-/// Runs a command line in the shell, at most so many seconds, and blocks meanwhile.
+/// Runs a command line in the shell, at most so many seconds, and blocks meanwhile. Throws
+/// std::bad_alloc when there is no memory for the output; the command has ended then too.
 /// @param[out] output what it wrote to its standard output, also on failure: all of it up to
 ///                    16 MiB, the beginning of what is longer
 /// @return PL_STATUS_OK for exit code 0, PL_STATUS_IO_ERROR when the time was up,

@@ -54,7 +54,7 @@ Utils::ExpectedValues &PsuSlot::expectedValues() {
 }
 
 PsuSlot::Slot::Slot( PsuSlot *device, uint8_t index, DriverSpecificArgs args, const char *json )
-    : index_( index ), slotArgs_( std::move( args ) ), json_( json ), device_( device ),
+    : Component::LogicalDevice::Slot( index, std::move( args ), json ), device_( device ),
       formatter_( {} ) {
     readIdentificationType();
     readToolCommand();
@@ -219,14 +219,14 @@ pl_status PsuSlot::Slot::describe( const std::string &serial, const std::string 
         *fdl = strdup( cachedFdl_.get() );
         return PL_STATUS_OK;
     }
+    formatter_ = FormatFdl( text );
     // What a supply says of itself must not keep the host in the template.
-    if ( !FormatFdl::comesToAnEnd( serialKey, serial ) ) {
+    if ( !formatter_.comesToAnEnd( serialKey, serial ) ) {
         pl_trace( 7, "Failed to read PSU info '%s' '%s'", serial.c_str(), model.c_str() );
         return forget();
     }
     pl_trace( 0, "PSU serialNum = '%s'", serial.c_str() );
     pl_trace( 0, "PSU modelName = '%s'", model.c_str() );
-    formatter_ = FormatFdl( text );
     formatter_.start();
     formatter_.set( serialKey, serial );
     const char *described = formatter_.charPtr();

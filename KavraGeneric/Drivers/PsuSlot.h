@@ -32,8 +32,6 @@ class PsuSlot final : public Component::HardwareDevice {
 
 class PsuSlot::Slot : public Component::LogicalDevice::Slot {
   public:
-    using DriverSpecificArgs = std::map<std::string, std::string>;
-
     enum class IdentificationType { pmbus, ipmi, ipmitool, ipmitool_raw, wedge, tlv };
 
     /// Reads every setting from the arguments. Asserts what the identification type needs and a
@@ -63,9 +61,6 @@ class PsuSlot::Slot : public Component::LogicalDevice::Slot {
     /// PL_STATUS_NOT_PRESENT: also when one of the two texts is empty.
     pl_status readSerialAndModel_( std::string &serial, std::string &model );
 
-    /// The device-arguments text, null for a slot that was made without one.
-    const char *json() const { return json_; }
-
   private:
     struct Free {
         void operator()( char *text ) const { std::free( text ); }
@@ -84,9 +79,6 @@ class PsuSlot::Slot : public Component::LogicalDevice::Slot {
     pl_status unmanaged();
     pl_status forget();
 
-    uint8_t index_;
-    DriverSpecificArgs slotArgs_;
-    const char *json_;
     PsuSlot *device_;
     FormatFdl formatter_;
     std::unique_ptr<char, Free> cachedFdl_; // null: none

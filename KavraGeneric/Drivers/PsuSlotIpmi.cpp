@@ -56,11 +56,11 @@ pl_status PsuSlot::Slot::readSerialAndModelIpmi( std::string &serial, std::strin
     std::string header;
     if ( ham.read( 0, commonHeaderSize, &header, false ) != PL_STATUS_OK ||
          header.size() < commonHeaderSize ) {
-        pl_trace( 0, "PsuSlot%hhu: Error reading common header", index_ );
+        pl_trace( 0, "PsuSlot%hhu: Error reading common header", slotIndex_ );
         return PL_STATUS_IO_ERROR;
     }
     if ( !zeroChecksum( header ) ) {
-        pl_trace( 0, "PsuSlot%hhu: Common header checksum error", index_ );
+        pl_trace( 0, "PsuSlot%hhu: Common header checksum error", slotIndex_ );
         if ( !allowInvalidCommonHeaderChecksum_ ) {
             return PL_STATUS_IO_ERROR;
         }

@@ -14,7 +14,7 @@ pl_status PsuSlot::Slot::readSerialAndModelWedge( std::string &serial, std::stri
     if ( device_->ham()->read8( statusRegister, &absent ) != PL_STATUS_OK ) {
         return PL_STATUS_NOT_PRESENT;
     }
-    if ( absent >> ( 1 - index_ ) & 1 ) {
+    if ( absent >> ( 1 - slotIndex_ ) & 1 ) {
         return PL_STATUS_NOT_PRESENT;
     }
     serial = "N/A";

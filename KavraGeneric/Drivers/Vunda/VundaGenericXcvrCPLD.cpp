@@ -79,17 +79,6 @@ void VundaGenericXcvrCPLD::init() {
     }
 }
 
-bool VundaGenericXcvrCPLD::pollStart() {
-    pl_trace( 0, "setting polling interval to %ums", pollPeriod_ );
-    // A host that gave no timer has none to arm.
-    if ( !pollTimer_ || pl_timer_set( pollTimer_, static_cast<int>( pollPeriod_ ) ) != 0 ) {
-        pl_trace( 0, "failed to set timer interval" );
-        return false;
-    }
-    pollArmed_ = true;
-    return true;
-}
-
 void VundaGenericXcvrCPLD::pollCallback() {
     updateRegisterCache();
 }

@@ -64,7 +64,6 @@ class VundaGenericXcvrCPLD final : public Component::PollingDevice<Component::Ha
     VundaGenericXcvrCPLD();
 
     void updateRegisterCache();
-    bool pollStart();
     pl_status read( const Signal &signal, int *value );
     pl_status write( const Signal &signal, int value );
 

@@ -88,8 +88,10 @@ bool VundaTSystemLedCPLD::StatusLed::handleBlinkTimer( bool phase ) {
 }
 
 Component::LogicalDevice::Led *VundaTSystemLedCPLD::newLed( const DriverArgs &args ) {
-    const uint8_t reg = lowByte( args.driverArgs.at( "reg" ) );
-    const uint8_t id = lowByte( args.driverArgs.at( "id" ) );
+    const std::string &regText = args.driverArgs.at( "reg" );
+    const std::string &idText = args.driverArgs.at( "id" );
+    const uint8_t reg = lowByte( regText );
+    const uint8_t id = lowByte( idText );
     if ( reg != statusRegister ) {
         pl_trace( 0, "Error: failed to find driverArg for VundaTSystemLedCpld::newLed" );
         return nullptr;

@@ -156,8 +156,8 @@ pl_status VundaTZCommonFanCpld::Fan::setRpm( int rpm ) {
 
 VundaTZCommonFanCpld::FanSlot::FanSlot( VundaTZCommonFanCpld *device, uint8_t fanId,
                                         DriverSpecificArgs args, const char *json )
-    : slotIndex_( static_cast<uint8_t>( fanId - 1 ) ), slotArgs_( std::move( args ) ),
-      json_( json ), device_( device ), slotId_( fanId ) {}
+    : Component::LogicalDevice::Slot( static_cast<uint8_t>( fanId - 1 ), std::move( args ), json ),
+      device_( device ), slotId_( fanId ) {}
 
 pl_status VundaTZCommonFanCpld::FanSlot::getPresence( char **fdl ) {
     bool present = false;

@@ -65,8 +65,6 @@ class VundaTZCommonFanCpld::Fan final : public Component::LogicalDevice::Fan {
 
 class VundaTZCommonFanCpld::FanSlot final : public Component::LogicalDevice::Slot {
   public:
-    using DriverSpecificArgs = std::map<std::string, std::string>;
-
     /// @param fanId 1 to 6
     /// @param json  the device-arguments text, the caller's as long as the slot lives; may be null
     FanSlot( VundaTZCommonFanCpld *device, uint8_t fanId, DriverSpecificArgs args,
@@ -82,9 +80,6 @@ class VundaTZCommonFanCpld::FanSlot final : public Component::LogicalDevice::Slo
   private:
     pl_status describe( bool frontToBack, char **fdl );
 
-    uint8_t slotIndex_;
-    DriverSpecificArgs slotArgs_;
-    const char *json_;
     std::string cachedFdl_; // empty: none yet
     VundaTZCommonFanCpld *device_;
     uint8_t slotId_;

@@ -10,13 +10,12 @@ namespace {
 using Polling = Component::PollingDevice<Component::HardwareDevice>;
 using Lines = std::vector<FakeHost::Line>;
 
-// Makes and arms its timer as a driver does.
+// Makes its timer as a driver does.
 class Poller final : public Polling {
   public:
     explicit Poller( uint32_t period ) {
         pollPeriod_ = period;
         pollTimer_ = pl_timer_add( handlePollTimerCallback, static_cast<Polling *>( this ) );
-        pl_timer_set( pollTimer_, static_cast<int>( period ) );
     }
 
     void pollCallback() override {
@@ -26,6 +25,7 @@ class Poller final : public Polling {
     }
 
     using Polling::pollArmed_;
+    using Polling::pollStart;
     int pollCount = 0;
     bool armedDuringPoll = true;
 };
@@ -34,10 +34,15 @@ class PollingDeviceTest : public LibraryFixture {
   protected:
     static FakeHost::Timer &timer() { return *host().timers.front(); }
     static void tick() { host().tick( timer() ); }
+    static void start( Poller &poller ) {
+        poller.pollStart();
+        host().lines.clear();
+    }
 };
 
 TEST_F( PollingDeviceTest, TickPollsOnceAndArmsTheTimerAgain ) {
     Poller poller( 3000 );
+    start( poller );
     tick();
     EXPECT_EQ( 1, poller.pollCount );
     EXPECT_EQ( ( std::vector<int>{ 3000, 3000 } ), timer().periods );
@@ -46,25 +51,48 @@ TEST_F( PollingDeviceTest, TickPollsOnceAndArmsTheTimerAgain ) {
 
 TEST_F( PollingDeviceTest, TimerIsArmedAfterThePoll ) {
     Poller poller( 3000 );
+    start( poller );
     tick();
     EXPECT_FALSE( poller.armedDuringPoll );
 }
 
 TEST_F( PollingDeviceTest, TickIsTracedBeforeThePoll ) {
     Poller poller( 3000 );
+    start( poller );
     tick();
     EXPECT_EQ( ( Lines{ { 6, "pollCallbackWrapper" }, { 6, "polled" } } ), host().lines );
 }
 
-TEST_F( PollingDeviceTest, SuccessfulArmingSetsTheFlag ) {
+TEST_F( PollingDeviceTest, StartArmsTheTimerAndSetsTheFlag ) {
     Poller poller( 3000 );
     EXPECT_FALSE( poller.pollArmed_ );
-    tick();
+    EXPECT_TRUE( poller.pollStart() );
     EXPECT_TRUE( poller.pollArmed_ );
+    EXPECT_EQ( std::vector<int>{ 3000 }, timer().periods );
+    EXPECT_EQ( 0, poller.pollCount );
+    EXPECT_EQ( ( Lines{ { 0, "setting polling interval to 3000ms" } } ), host().lines );
+}
+
+TEST_F( PollingDeviceTest, StartThatFailsIsTracedAndLeavesTheFlag ) {
+    Poller poller( 3000 );
+    host().timerSetFails = true;
+    EXPECT_FALSE( poller.pollStart() );
+    EXPECT_FALSE( poller.pollArmed_ );
+    EXPECT_EQ( ( Lines{ { 0, "setting polling interval to 3000ms" },
+                        { 0, "failed to set timer interval" } } ),
+               host().lines );
+}
+
+TEST_F( PollingDeviceTest, DeviceWithoutATimerCannotStart ) {
+    host().timerAddFails = true;
+    Poller poller( 3000 );
+    EXPECT_FALSE( poller.pollStart() );
+    EXPECT_EQ( "failed to set timer interval", host().texts( 0 ).back() );
 }
 
 TEST_F( PollingDeviceTest, FailedArmingEndsThePolling ) {
     Poller poller( 3000 );
+    start( poller );
     host().timerSetFails = true;
     tick();
     EXPECT_EQ( 1, poller.pollCount );
@@ -77,12 +105,16 @@ TEST_F( PollingDeviceTest, FailedArmingEndsThePolling ) {
 
 TEST_F( PollingDeviceTest, FailedArmingKeepsTheFlag ) {
     Poller poller( 3000 );
+    start( poller );
     host().timerSetFails = true;
     tick();
-    EXPECT_FALSE( poller.pollArmed_ );
-    host().timerSetFails = false;
-    tick();
-    host().timerSetFails = true;
+    EXPECT_TRUE( poller.pollArmed_ );
+}
+
+TEST_F( PollingDeviceTest, TickThatArmsTheTimerSetsTheFlag ) {
+    Poller poller( 3000 );
+    start( poller );
+    poller.pollArmed_ = false;
     tick();
     EXPECT_TRUE( poller.pollArmed_ );
 }
@@ -90,6 +122,8 @@ TEST_F( PollingDeviceTest, FailedArmingKeepsTheFlag ) {
 TEST_F( PollingDeviceTest, EachDevicePollsOnItsOwnTimer ) {
     Poller first( 1000 );
     Poller second( 2000 );
+    start( first );
+    start( second );
     host().tick( *host().timers.back() );
     EXPECT_EQ( 0, first.pollCount );
     EXPECT_EQ( 1, second.pollCount );

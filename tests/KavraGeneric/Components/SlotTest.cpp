@@ -11,6 +11,8 @@ using testing::IsEmpty;
 
 class RecordingSlot final : public Slot {
   public:
+    using Slot::Slot;
+
     pl_status getPresence( char **fdl ) override {
         *fdl = content;
         return -77;
@@ -29,7 +31,21 @@ TEST_F( SlotTest, RecordFollowsTheVirtualTablePointer ) {
     EXPECT_EQ( 8, Layout::offsetIn( &slot, record ) );
     EXPECT_EQ( &Slot::ops_, Layout::operationsOf( record ) );
     EXPECT_EQ( &slot, Layout::deviceBehind( record ) );
-    EXPECT_EQ( 32u, sizeof( Slot ) );
+}
+
+TEST_F( SlotTest, IndexArgumentsAndTextFollowTheWayBack ) {
+    const char *const text = "{}";
+    RecordingSlot driven( 5, { { "key", "value" } }, text );
+    EXPECT_EQ( 5, Layout::wordAt<uint8_t>( &driven, 32 ) );
+    const void *arguments = reinterpret_cast<const char *>( &driven ) + 40;
+    EXPECT_EQ( "value", static_cast<const Slot::DriverSpecificArgs *>( arguments )->at( "key" ) );
+    EXPECT_EQ( text, Layout::wordAt<const char *>( &driven, 88 ) );
+    EXPECT_EQ( 96u, sizeof( Slot ) );
+}
+
+TEST_F( SlotTest, SlotWithoutArgumentsHasNone ) {
+    EXPECT_EQ( 0, Layout::wordAt<uint8_t>( &slot, 32 ) );
+    EXPECT_EQ( nullptr, Layout::wordAt<const char *>( &slot, 88 ) );
 }
 
 TEST_F( SlotTest, ConstructorLeavesTheHostsWordAlone ) {

@@ -235,17 +235,24 @@ TEST_F( XcvrTest, TypeDecidesWhichTransceiverIsMade ) {
                  ElementsAre( "newSfpXcvr 3", "newSfpXcvr 4", "newQsfpXcvr 5", "newQsfpXcvr 6" ) );
 }
 
-TEST_F( XcvrTest, IdIsSigned ) {
-    add( R"("id": "-1", "type": "sfp")" );
-    EXPECT_THAT( offer.asked, ElementsAre( "newSfpXcvr 4294967295" ) );
+TEST_F( XcvrTest, IdIsDecimalAndSigned ) {
+    for ( const char *id : { "\"-1\"", "\" 7\"", "\"+7\"", "\"007\"", "\"7abc\"", "\"0x7\"" } ) {
+        add( std::string( R"("type": "sfp", "id": )" ) + id );
+    }
+    EXPECT_THAT( offer.asked, ElementsAre( "newSfpXcvr 4294967295", "newSfpXcvr 7", "newSfpXcvr 7",
+                                           "newSfpXcvr 7", "newSfpXcvr 7", "newSfpXcvr 0" ) );
 }
 
 TEST_F( XcvrTest, IdThatIsNoNumberIsThrownBeforeTheTypeIsLookedAt ) {
-    EXPECT_THROW( add( R"("id": "x")" ), std::invalid_argument );
+    for ( const char *id : { "\"x\"", "\"\"", "\" \"", "\"-\"", "null", "true" } ) {
+        EXPECT_THROW( add( std::string( R"("id": )" ) + id ), std::invalid_argument ) << id;
+    }
 }
 
 TEST_F( XcvrTest, IdBeyondThirtyTwoBitsIsThrown ) {
-    EXPECT_THROW( add( R"("id": "2147483648", "type": "sfp")" ), std::out_of_range );
+    for ( const char *id : { "2147483648", "\"-2147483649\"" } ) {
+        EXPECT_THROW( add( std::string( R"("type": "sfp", "id": )" ) + id ), std::out_of_range );
+    }
 }
 
 TEST_F( XcvrTest, DriverThatRefusesIsTracedByItsFactoryOperation ) {

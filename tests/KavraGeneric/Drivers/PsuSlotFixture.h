@@ -2,11 +2,13 @@
 
 #include "KavraGeneric/Drivers/Drivers.h"
 #include "KavraGeneric/Drivers/PsuSlot.h"
+#include "KavraGeneric/Topology/Address.h"
 #include "tests/KavraGeneric/Drivers/ChipHam.h"
 #include "tests/support/FakeSmbusServer.h"
 #include "tests/support/LibraryFixture.h"
 
 #include <algorithm>
+#include <bit>
 #include <deque>
 #include <map>
 #include <string>
@@ -80,6 +82,19 @@ class PsuSlotTest : protected FakeSmbusServer, public HostOfSlots {
     void begin() {
         forget();
         host().lines.clear();
+    }
+
+    /// Whether any request so far asked for a repeated start, as a read whose flag is set does.
+    bool anyRepeatedStart() const {
+        for ( const Smbus::TransactionRequest &batch : requests() ) {
+            for ( const Smbus::Request &request : batch.request() ) {
+                const auto address = std::bit_cast<AhamAddress>( request.address() );
+                if ( address.writeNoStopReadCurrent != 0 ) {
+                    return true;
+                }
+            }
+        }
+        return false;
     }
 
     /// The two batches of a supply that tells who it is in manufacturer blocks.

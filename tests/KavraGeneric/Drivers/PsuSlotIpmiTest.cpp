@@ -41,6 +41,7 @@ TEST_F( PsuSlotIpmiTest, HeaderAndFiveFieldsAreReadInOrder ) {
     EXPECT_EQ( ( Strings{ "50[00]x8", "50[0b]x1", "50[11]x1", "50[12]x7", "50[19]x1", "50[1e]x1",
                           "50[21]x1", "50[22]x2" } ),
                batches() );
+    EXPECT_FALSE( anyRepeatedStart() );
 }
 
 TEST_F( PsuSlotIpmiTest, HeaderThatCannotBeReadIsTraced ) {

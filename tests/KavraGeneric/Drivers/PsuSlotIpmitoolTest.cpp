@@ -98,10 +98,13 @@ TEST_F( PsuSlotIpmitoolTest, CommandIsTraced ) {
 }
 
 TEST_F( PsuSlotIpmitoolTest, WithoutAnIdTheCommandStaysAsItIs ) {
-    add( "ipmitool", R"(, "useApi": true)" );
-    EXPECT_EQ( "0 PsuSlot identification type is ipmi but ipmiId not found", newTraces().back() );
-    presence();
-    EXPECT_EQ( "api\n", called() );
+    for ( const char *more : { "", R"(, "useApi": true)" } ) {
+        add( "ipmitool", more );
+        EXPECT_EQ( "0 PsuSlot identification type is ipmi but ipmiId not found",
+                   newTraces().back() );
+        presence();
+    }
+    EXPECT_EQ( "\napi\n", called() );
 }
 
 TEST_F( PsuSlotIpmitoolTest, RawToolIsCalledWithTheRawIds ) {

@@ -11,10 +11,7 @@ TEST_F( PsuSlotPmbusTest, CountsAreReadFirstAndThenTheBlocksWithThem ) {
     EXPECT_EQ( PL_STATUS_OK, presence() );
     EXPECT_EQ( ( Strings{ "50[9a]x1 | 50[9e]x1", "50[9a]x8 | 50[9e]x15" } ), batches() );
     EXPECT_EQ( "<A GTVD1615001656>", fdl );
-    const Smbus::TransactionRequest blocks = lastRequest();
-    for ( const Smbus::Request &request : blocks.request() ) {
-        EXPECT_FALSE( request.flag() );
-    }
+    EXPECT_FALSE( anyRepeatedStart() );
 }
 
 TEST_F( PsuSlotPmbusTest, ModelIsTrimmedAndTheSerialNumberIsNot ) {

@@ -1,11 +1,14 @@
 #include "tests/KavraGeneric/Components/Layout.h"
 #include "tests/KavraGeneric/Drivers/PsuSlotFixture.h"
 
+#include <gmock/gmock.h>
 #include <stdexcept>
 
 namespace {
 
 using Drivers::PsuSlot;
+using testing::StrEq;
+using testing::ThrowsMessage;
 using PsuSlotSettingsTest = PsuSlotTest;
 
 TEST_F( PsuSlotSettingsTest, EachTypeIsTraced ) {
@@ -74,30 +77,86 @@ TEST_F( PsuSlotSettingsTest, NumberCountsModulo256AndIsTraced ) {
     }
 }
 
+TEST_F( PsuSlotSettingsTest, NumberIsDecimal ) {
+    for ( const char *id : { "\" 2\"", "\"+2\"", "\"02\"", "\"2nd\"", "2.9", "\"-254\"" } ) {
+        SCOPED_TRACE( id );
+        addBare( std::string( R"("psuId": )" ) + id );
+        EXPECT_EQ( 1, Layout::wordAt<uint8_t>( slot, 24 ) );
+    }
+}
+
+constexpr const char *noNumbers[] = { "\"\"", "\" \"", "\"-\"", "\"one\"", "null", "true" };
+constexpr const char *tooLarge[] = { "2147483648", "\"-2147483649\"", "\"99999999999\"" };
+
 TEST_F( PsuSlotSettingsTest, NumberThatIsNoneIsThrown ) {
-    EXPECT_THROW( addBare( R"("psuId": "one")" ), std::invalid_argument );
+    for ( const char *id : noNumbers ) {
+        EXPECT_THAT( [&] { addBare( std::string( R"("psuId": )" ) + id ); },
+                     ThrowsMessage<std::invalid_argument>( StrEq( "stoi" ) ) );
+    }
+    for ( const char *id : tooLarge ) {
+        EXPECT_THAT( [&] { addBare( std::string( R"("psuId": )" ) + id ); },
+                     ThrowsMessage<std::out_of_range>( StrEq( "stoi" ) ) );
+    }
+}
+
+const Strings signalKeys = { "presenceReg", "presenceBit", "powerOkReg", "powerOkBit" };
+
+/// Every number of the signals is 1 but this one; null leaves it out.
+std::string signalsWith( const std::string &otherKey, const char *json ) {
+    std::string arguments = R"("psuId": 1, "gpioDevice": "signals")";
+    for ( const std::string &key : signalKeys ) {
+        if ( key != otherKey || json ) {
+            arguments += ", \"" + key + "\": " + ( key == otherKey ? json : "1" );
+        }
+    }
+    return arguments;
 }
 
 TEST_F( PsuSlotSettingsTest, SignalsNeedTheirFourNumbers ) {
-    const Strings keys = { "presenceReg", "presenceBit", "powerOkReg", "powerOkBit" };
-    for ( const std::string &missing : keys ) {
-        std::string arguments = R"("psuId": 1, "gpioDevice": "signals")";
-        for ( const std::string &key : keys ) {
-            arguments += key == missing ? "" : ", \"" + key + "\": 1";
+    for ( const std::string &key : signalKeys ) {
+        SCOPED_TRACE( key );
+        EXPECT_THAT( [&] { addBare( signalsWith( key, nullptr ) ); },
+                     ThrowsMessage<std::out_of_range>( StrEq( "map::at" ) ) );
+        for ( const char *json : noNumbers ) {
+            EXPECT_THAT( [&] { addBare( signalsWith( key, json ) ); },
+                         ThrowsMessage<std::invalid_argument>( StrEq( "stoi" ) ) );
         }
-        try {
-            addBare( arguments );
-            ADD_FAILURE() << missing;
-        } catch ( const std::out_of_range &error ) {
-            EXPECT_STREQ( "map::at", error.what() );
+        for ( const char *json : tooLarge ) {
+            EXPECT_THAT( [&] { addBare( signalsWith( key, json ) ); },
+                         ThrowsMessage<std::out_of_range>( StrEq( "stoi" ) ) );
         }
+        // A negative register is a large one, which a line refuses.
+        EXPECT_THAT( [&] { addBare( signalsWith( key, "-1" ) ); },
+                     ThrowsMessage<std::out_of_range>( StrEq( "stoi" ) ) );
     }
+}
+
+/// A device that tells which lines were asked of it.
+struct SignalsDevice final : Component::HardwareDevice {
+    Component::LogicalDevice::Gpio *newGpio( const Drivers::DriverArgs &args ) override {
+        EXPECT_EQ( 2U, args.driverArgs.size() );
+        asked.push_back( args.driverArgs.at( "register" ) + '.' + args.driverArgs.at( "bitpos" ) );
+        return HardwareDevice::newGpio( args );
+    }
+
+    static Strings asked;
+};
+Strings SignalsDevice::asked;
+
+TEST_F( PsuSlotSettingsTest, PresenceIsMadeBeforePowerGood ) {
+    Drivers::drivers["Dummy"] = []( const Drivers::DriverArgs &, Ham::Ham * ) {
+        return static_cast<Component::DeviceBase *>( new SignalsDevice );
+    };
+    SignalsDevice::asked.clear();
+    addBare( R"("psuId": 1, "gpioDevice": "signals", "presenceReg": "0x1", "presenceBit": " 2",
+                "powerOkReg": "+3", "powerOkBit": "4th")" );
+    EXPECT_EQ( ( Strings{ "0.2", "3.4" } ), SignalsDevice::asked );
 }
 
 TEST_F( PsuSlotSettingsTest, SignalsAreReadInTheOrderOfTheirKeysBeforeTheirDeviceIsLookedUp ) {
     std::string arguments = R"("psuId": 1, "gpioDevice": "none")";
-    for ( const char *key : { "presenceReg", "presenceBit", "powerOkReg", "powerOkBit" } ) {
-        arguments += std::string( ", \"" ) + key + "\": ";
+    for ( const std::string &key : signalKeys ) {
+        arguments += ", \"" + key + "\": ";
         EXPECT_THROW( addBare( arguments + "\"x\"" ), std::invalid_argument ) << key;
         arguments += '1';
     }
@@ -146,7 +205,6 @@ TEST_F( PsuSlotSettingsTest, UnknownTypeIsThrown ) {
     } catch ( const std::runtime_error &error ) {
         EXPECT_STREQ( "unknown identification type for psu", error.what() );
     }
-    EXPECT_EQ( nullptr, strange.json() );
 }
 
 TEST( IdentificationTypeTest, TypesHaveTheirNumbers ) {
@@ -161,7 +219,7 @@ TEST( IdentificationTypeTest, TypesHaveTheirNumbers ) {
 using PsuSlotSettingsDeathTest = PsuSlotTest;
 
 TEST_F( PsuSlotSettingsDeathTest, NumberBeyondTheTwoStops ) {
-    for ( const char *id : { "0", "3", "-1", "256" } ) {
+    for ( const char *id : { "0", "3", "-1", "256", "\"0x1\"" } ) {
         EXPECT_DEATH( addBare( std::string( R"("psuId": )" ) + id ),
                       "Assertion `psuId == 1 \\|\\| psuId == 2' failed" );
     }

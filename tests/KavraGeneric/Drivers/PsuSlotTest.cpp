@@ -151,7 +151,7 @@ TEST_F( PsuSlotTest, UnknownModelForgetsTheCache ) {
 }
 
 TEST_F( PsuSlotTest, SerialNumberThatWouldNeverLeaveTheTemplateIsAFailedIdentification ) {
-    add( "pmbus" );
+    addBare( R"("psuId": 1, "model_1": "MODEL-A", "psuFdl_1": "<{serialNum}}>")" );
     for ( const char *serial : { "{serialNum}", "a{serialNum}b", "}}{serialNum{serialNum" } ) {
         begin();
         answerBlocks( "MODEL-A", serial );
@@ -159,6 +159,15 @@ TEST_F( PsuSlotTest, SerialNumberThatWouldNeverLeaveTheTemplateIsAFailedIdentifi
         EXPECT_EQ( "none", fdl );
         EXPECT_TRUE( host().traced( 7, std::string( "Failed to read PSU info '" ) + serial +
                                            "' 'MODEL-A'" ) );
+    }
+}
+
+TEST_F( PsuSlotTest, BracesInASerialNumberThatLeadNowhereAreText ) {
+    add( "pmbus" );
+    for ( const std::string serial : { "}{", "{serialNum", "}}{serialNum{serialNum" } ) {
+        answerBlocks( "MODEL-A", serial );
+        EXPECT_EQ( PL_STATUS_OK, presence() );
+        EXPECT_EQ( "<A " + serial + ">", fdl );
     }
 }
 

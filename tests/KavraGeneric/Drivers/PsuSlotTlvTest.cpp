@@ -29,6 +29,7 @@ TEST_F( PsuSlotTlvTest, HeaderAndEntriesAreReadInOrder ) {
     EXPECT_EQ(
         ( Strings{ "50[00]x11", "50[0b]x2", "50[11]x2", "50[13]x7", "50[1a]x2", "50[1c]x2" } ),
         batches() );
+    EXPECT_FALSE( anyRepeatedStart() );
 }
 
 TEST_F( PsuSlotTlvTest, HeaderThatCannotBeReadIsNotPresent ) {

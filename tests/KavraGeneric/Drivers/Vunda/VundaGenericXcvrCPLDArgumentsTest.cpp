@@ -151,21 +151,33 @@ TEST_F( XcvrArgumentsTest, OnlyTheWordTrueIsTrue ) {
     }
 }
 
-TEST_F( XcvrArgumentsTest, FirstBrokenKeyIsTheOneFound ) {
-    Settings settings = with( qsfpSettings(), "getPresenceReg", "\"x\"" );
-    settings.erase( "getPresenceBit" );
-    EXPECT_THROW( addQsfp( settings ), std::invalid_argument );
-    settings = with( qsfpSettings(), "setResetReg", "\"x\"" );
-    settings.erase( "getResetActiveHigh" );
-    EXPECT_THAT( [&] { addQsfp( settings ); },
-                 ThrowsMessage<std::out_of_range>( StrEq( "map::at" ) ) );
-    settings = with( sfpSettings(), "getTxFaultReg", "\"x\"" );
-    settings.erase( "getTxDisableReg" );
-    EXPECT_THROW( addSfp( settings ), std::invalid_argument );
-    settings = with( sfpSettings(), "getTxDisableReg", "\"x\"" );
-    settings.erase( "getTxFaultBit" );
-    EXPECT_THAT( [&] { addSfp( settings ); },
-                 ThrowsMessage<std::out_of_range>( StrEq( "map::at" ) ) );
+// Each key is broken in another way than the one before it, and the error tells which was met. A
+// number can be no number; any key can be missing.
+TEST_F( XcvrArgumentsTest, KeysAreReadInOrder ) {
+    const Strings signals[] = {
+        { "getPresence", "getReset", "setReset", "getInterrupt" },
+        { "getPresence", "getRxLos", "getTxFault", "getTxDisable", "setTxDisable" },
+    };
+    for ( size_t port = 0; port < std::size( ports ); ++port ) {
+        Strings keys;
+        for ( const std::string &signal : signals[port] ) {
+            keys.insert( keys.end(), { signal + "Reg", signal + "Bit", signal + "ActiveHigh" } );
+        }
+        for ( size_t key = 1; key < keys.size(); ++key ) {
+            SCOPED_TRACE( keys[key - 1] + " before " + keys[key] );
+            const bool isNumber = keyEnd( keys[key - 1] ) != "ActiveHigh";
+            const std::string &broken = keys[isNumber ? key - 1 : key];
+            const std::string &missing = keys[isNumber ? key : key - 1];
+            const Settings settings =
+                without( with( ports[port].settings, broken, "\"x\"" ), missing );
+            try {
+                add( ports[port].type, settings, 1 );
+                ADD_FAILURE();
+            } catch ( const std::logic_error &error ) {
+                EXPECT_STREQ( isNumber ? "stoi" : "map::at", error.what() );
+            }
+        }
+    }
 }
 
 TEST_F( XcvrArgumentsTest, SupportedFaultLineNeedsItsKeys ) {

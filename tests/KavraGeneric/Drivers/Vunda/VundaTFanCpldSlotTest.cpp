@@ -165,7 +165,7 @@ TEST_F( FanSlotTest, SlotWithoutItsNumberIsRefused ) {
                Strings( texts.end() - 2, texts.end() ) );
 }
 
-TEST_F( FanSlotTest, SlotNumberCountsModulo256 ) {
+TEST_F( FanSlotTest, SlotNumberCountsModulo256AlsoInTheText ) {
     slot = newSlot( R"("fanId": "258")" );
     EXPECT_EQ( "slotId = 2", line( textOf( 0, 0 ), 3 ) );
 }
@@ -192,7 +192,7 @@ TEST_F( FanSlotTest, BoardsTraysAreNamedAfterTheirAirflow ) {
 using FanSlotDeathTest = FanSlotTest;
 
 TEST_F( FanSlotDeathTest, SlotBeyondTheSixStops ) {
-    for ( const char *id : { "0", "7", "-1", "256" } ) {
+    for ( const char *id : { "0", "7", "-1", "256", "\"0x1\"" } ) {
         EXPECT_DEATH(
             {
                 tellTracesWhenDying();

@@ -1,6 +1,8 @@
 // The fans: starting the CPLD, reading and setting speeds. Trays have a test of their own.
+#include "KavraGeneric/Drivers/Drivers.h"
 #include "tests/KavraGeneric/Components/Layout.h"
 #include "tests/KavraGeneric/Drivers/Vunda/FanFixture.h"
+#include "tests/KavraGeneric/Ham/RecordingHam.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>
@@ -18,6 +20,15 @@ TEST_F( VundaTFanCpldTest, StartWritesTwiceAndReadsNothing ) {
     newFan( fanId( 1 ) );
     EXPECT_EQ( ( Strings{ "60[33]=00", "60[33]=00" } ), batches() );
     EXPECT_FALSE( lastRequest().request( 0 ).flag() );
+}
+
+TEST_F( VundaTFanCpldTest, StartQueuesTheVersionsReadBeforeTheWrite ) {
+    RecordingHam ham;
+    Drivers::DriverArgs args;
+    args.driver = "VundaTFanCpld";
+    Component::HardwareDevice::create( args, &ham );
+    EXPECT_EQ( "prepare addRead8(1) prepare addWrite8(33,0,0) execute execute get8(5)", ham.log );
+    EXPECT_TRUE( host().traced( 0, "Fan CPLD version 18" ) );
 }
 
 TEST_F( VundaTFanCpldTest, StartBehindMuxesEndsWithTheirResetsTwice ) {
@@ -176,23 +187,26 @@ TEST_F( VundaTFanCpldTest, FanIsTracedWithItsNumber ) {
     EXPECT_EQ( Strings{ "Creating new VundaTZCommonFanCpld Fan id 6" }, host().texts( 5 ) );
 }
 
-TEST_F( VundaTFanCpldTest, FanNumbersAreDecimalAndCountModulo256 ) {
+TEST_F( VundaTFanCpldTest, NumbersOfFansAndSlotsAreDecimalAndCountModulo256 ) {
     const struct {
         const char *json;
         int index;
     } rows[] = {
         { "257", 0 }, { "\"1\"", 0 },    { "\" 6\"", 5 },   { "\"2nd\"", 1 },   { "\"+3\"", 2 },
-        { "4.5", 3 }, { "\"-251\"", 4 }, { "\"0006\"", 5 }, { "\"65537\"", 0 },
+        { "4.5", 3 }, { "\"-251\"", 4 }, { "\"0006\"", 5 }, { "\"65537\"", 0 }, { "\"5 \"", 4 },
     };
     for ( const auto &row : rows ) {
-        const pl_fan *made = newFan( R"("fanId": )" + std::string( row.json ) );
+        const std::string driverArgs = R"("fanId": )" + std::string( row.json );
+        const pl_fan *made = newFan( driverArgs );
         EXPECT_EQ( row.index, Layout::wordAt<uint8_t>( made, 32 ) ) << row.json;
+        slot = newSlot( driverArgs );
+        EXPECT_EQ( row.index, Layout::wordAt<uint8_t>( slot, 24 ) ) << row.json;
     }
 }
 
-TEST_F( VundaTFanCpldTest, FanNumberMustBeOne ) {
+TEST_F( VundaTFanCpldTest, NumbersOfFansAndSlotsMustBeNumbers ) {
     addFan();
-    for ( const char *json : { "\"\"", "\"x\"", "null", "true", "[]" } ) {
+    for ( const char *json : { "\"\"", "\" \"", "\"-\"", "\"x\"", "null", "true", "[]" } ) {
         SCOPED_TRACE( json );
         const std::string driverArgs = R"("fanId": )" + std::string( json );
         EXPECT_THAT( [&] { newFan( driverArgs ); },

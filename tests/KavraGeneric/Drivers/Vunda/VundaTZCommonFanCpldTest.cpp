@@ -22,6 +22,11 @@ class OtherBoard final : public VundaTZCommonFanCpld {
     }
 };
 
+class BoardWithSlowFans final : public VundaTZCommonFanCpld {
+  public:
+    float getFanMaxRpm() const override { return 4803.2F; }
+};
+
 class VundaTZCommonFanCpldTest : public FanTest {
   protected:
     /// From now on the board's driver is this one; the fixture puts the right one back.
@@ -72,6 +77,13 @@ TEST_F( VundaTZCommonFanCpldTest, FullSpeedIsCutToAWholeNumber ) {
     EXPECT_NE( std::string::npos, presence( PL_STATUS_OK ).find( "fan.maxRpm = 12000\n" ) );
     setRpm( 12001 );
     EXPECT_EQ( Strings{ "setFanRpm, rpm=12000, dutyCycle= 99.99, regVal=14" }, host().texts( 5 ) );
+}
+
+// The exact result is a little less than 14.
+TEST_F( VundaTZCommonFanCpldTest, StepsAreComputedInSinglePrecision ) {
+    use<BoardWithSlowFans>();
+    setRpm( 4503 );
+    EXPECT_EQ( "60[11]=0e", lastBatch() );
 }
 
 TEST_F( VundaTZCommonFanCpldTest, CommonDriverHasNoNameOfItsOwn ) {
