@@ -2,14 +2,15 @@
 
 namespace EmulatedBoard {
 
-bool Bus::start( uint8_t address ) {
+// The private ones are inline: a transfer is a few of them, and a batch is many transfers.
+inline bool Bus::start( uint8_t address ) {
     listening_.clear();
     segment_.collect( address, listening_ );
     return !listening_.empty();
 }
 
 // One chip that pulls the acknowledge bit low is enough.
-bool Bus::send( std::span<const uint8_t> bytes ) {
+inline bool Bus::send( std::span<const uint8_t> bytes ) {
     bool acknowledged = false;
     for ( Chip *chip : listening_ ) {
         acknowledged = chip->write( bytes ) || acknowledged;
@@ -17,7 +18,7 @@ bool Bus::send( std::span<const uint8_t> bytes ) {
     return acknowledged;
 }
 
-uint8_t Bus::receive( size_t position ) {
+inline uint8_t Bus::receive( size_t position ) {
     unsigned wires = 0xff;
     for ( Chip *chip : listening_ ) {
         wires &= chip->read( position );
@@ -25,9 +26,17 @@ uint8_t Bus::receive( size_t position ) {
     return static_cast<uint8_t>( wires );
 }
 
-void Bus::receive( std::span<uint8_t> in ) {
-    for ( size_t position = 0; position < in.size(); ++position ) {
-        in[position] = receive( position );
+inline void Bus::receive( std::span<uint8_t> in ) {
+    size_t position = 0;
+    if ( listening_.size() == 1 ) { // as it should be, and the quickest
+        Chip &only = *listening_.front();
+        for ( uint8_t &each : in ) {
+            each = only.read( position++ );
+        }
+        return;
+    }
+    for ( uint8_t &each : in ) {
+        each = receive( position++ );
     }
 }
 
@@ -53,7 +62,8 @@ Bus::Result Bus::writeRead( uint8_t address, std::span<const uint8_t> out, std::
 }
 
 Bus::Result Bus::writeReadBlock( uint8_t address, std::span<const uint8_t> out,
-                                 std::span<uint8_t, largestBlock> in, size_t &count ) {
+                                 std::span<uint8_t, largestBlock> in, size_t &count,
+                                 uint8_t *behind ) {
     count = 0;
     const Result written = write( address, out );
     if ( written != Result::Done ) {
@@ -65,6 +75,9 @@ Bus::Result Bus::writeReadBlock( uint8_t address, std::span<const uint8_t> out,
     }
     for ( ; count < announced; ++count ) {
         in[count] = receive( count + 1 );
+    }
+    if ( behind != nullptr ) {
+        *behind = receive( count + 1 );
     }
     return Result::Done;
 }

@@ -36,8 +36,10 @@ class Bus {
     /// A write and, after a repeated start, a read. Fills in.
     Result writeRead( uint8_t address, std::span<const uint8_t> out, std::span<uint8_t> in );
     /// @param[out] count bytes put in the front of in.
+    /// @param[out] behind if not null, the byte that the chip drives behind the block.
     Result writeReadBlock( uint8_t address, std::span<const uint8_t> out,
-                           std::span<uint8_t, largestBlock> in, size_t &count );
+                           std::span<uint8_t, largestBlock> in, size_t &count,
+                           uint8_t *behind = nullptr );
 
     Segment &segment() { return segment_; }
     const Segment &segment() const { return segment_; }

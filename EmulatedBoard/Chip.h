@@ -26,6 +26,8 @@ class Chip {
     /// A chip that is not there answers nothing; it comes back as after power-on.
     bool present() const;
     void presentIs( bool present );
+    /// Whether the chip acknowledges its address at this moment.
+    virtual bool answers() const { return present(); }
     /// Puts the chip on a part that is plugged in as a whole: from now on it is there only as long
     /// as the carrier is. The carrier must live as long as the chip and must not be on it.
     void mountOn( Chip &carrier );

@@ -1,10 +1,16 @@
 #include "EmulatedBoard/Chips.h"
 
 #include "EmulatedBoard/Eeprom24c02.h"
+#include "EmulatedBoard/FanCpld.h"
 #include "EmulatedBoard/Lm75.h"
 #include "EmulatedBoard/Pca9548.h"
 #include "EmulatedBoard/PmbusSupply.h"
+#include "EmulatedBoard/PortLedCpld.h"
+#include "EmulatedBoard/QsfpModule.h"
+#include "EmulatedBoard/SfpModule.h"
 #include "EmulatedBoard/SlotRegister.h"
+#include "EmulatedBoard/SystemLedCpld.h"
+#include "EmulatedBoard/XcvrCpld.h"
 
 #include <algorithm>
 
@@ -22,6 +28,12 @@ static constexpr ChipType types[] = {
     { "24C02", make<Eeprom24c02> },
     { "PmbusSupply", make<PmbusSupply> },
     { "SlotRegister", make<SlotRegister> },
+    { "FanCpld", make<FanCpld> },
+    { "XcvrCpld", make<XcvrCpld> },
+    { "QsfpModule", make<QsfpModule> },
+    { "SfpModule", make<SfpModule> },
+    { "PortLedCpld", make<PortLedCpld> },
+    { "SystemLedCpld", make<SystemLedCpld> },
 };
 
 std::span<const ChipType> chipTypes() {

@@ -1,5 +1,6 @@
 #include "EmulatedBoard/Document.h"
 
+#include "EmulatedBoard/CageReader.h"
 #include "EmulatedBoard/Chips.h"
 
 #include <cstdint>
@@ -43,7 +44,8 @@ class Loader : private DocumentReader {
     }
 
     void addChip( Segment &segment, const JsonValue &object ) {
-        allowKeys( object, { "name", "type", "address", "set", "on", "watches", "channels" } );
+        allowKeys( object,
+                   { "name", "type", "address", "set", "on", "watches", "cages", "channels" } );
         const std::string &name = string( object, "name" );
         const size_t nameOffset = object.find( "name" )->offset;
         if ( name.empty() || name.find_first_of( ". \t\r\n" ) != std::string::npos ) {
@@ -65,6 +67,7 @@ class Loader : private DocumentReader {
         setKnobs( name, object );
         mount( *chip, object );
         addWatched( *chip, object );
+        addCages( *chip, object );
         addChannels( *chip, object );
     }
 
@@ -95,6 +98,21 @@ class Loader : private DocumentReader {
                 fail( name.offset, "this chip cannot watch " + quoted( name.text ) );
             }
         }
+    }
+
+    void addCages( Chip &chip, const JsonValue &object ) const {
+        const JsonValue *cages = object.find( "cages" );
+        if ( cages == nullptr ) {
+            return;
+        }
+        auto *cpld = dynamic_cast<XcvrCpld *>( &chip );
+        if ( cpld == nullptr ) {
+            fail( cages->offset, "a chip of this type has no cages" );
+        }
+        const auto find = [&]( const JsonValue &name ) -> Chip & {
+            return chipAbove( name, chip );
+        };
+        CageReader( *this, *cpld, find ).read( object );
     }
 
     const ChipType &chipType( const JsonValue &object ) const {

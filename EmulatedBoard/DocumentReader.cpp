@@ -48,7 +48,7 @@ std::string hexText( uint32_t value ) {
     return "0x" + std::string( shown.size() < 2 ? "0" : "" ) + std::string( shown );
 }
 
-static std::optional<uint32_t> toNumber( std::string_view text ) {
+static std::optional<uint32_t> parseNumber( std::string_view text ) {
     const bool hex = text.starts_with( "0x" );
     const std::string_view digits = hex ? text.substr( 2 ) : text;
     uint32_t value = 0;
@@ -117,14 +117,18 @@ const std::vector<JsonValue> &DocumentReader::array( const JsonValue &object,
 
 uint32_t DocumentReader::number( const JsonValue &object, std::string_view key, uint32_t lowest,
                                  uint32_t highest ) const {
-    const JsonValue &value = needKey( object, key );
+    return toNumber( needKey( object, key ), quoted( key ), lowest, highest );
+}
+
+uint32_t DocumentReader::toNumber( const JsonValue &value, const std::string &what, uint32_t lowest,
+                                   uint32_t highest ) const {
     const bool right = value.kind == Kind::Number ||
                        ( value.kind == Kind::String && value.text.starts_with( "0x" ) );
-    const std::optional<uint32_t> parsed = right ? toNumber( value.text ) : std::nullopt;
+    const std::optional<uint32_t> parsed = right ? parseNumber( value.text ) : std::nullopt;
     if ( !parsed || *parsed < lowest || *parsed > highest ) {
-        fail( value.offset, quoted( key ) + " must be a whole number from " +
-                                std::to_string( lowest ) + " to " + std::to_string( highest ) +
-                                " (" + hexText( lowest ) + " to " + hexText( highest ) + ")" );
+        fail( value.offset, what + " must be a whole number from " + std::to_string( lowest ) +
+                                " to " + std::to_string( highest ) + " (" + hexText( lowest ) +
+                                " to " + hexText( highest ) + ")" );
     }
     return *parsed;
 }

@@ -49,6 +49,9 @@ class DocumentReader {
     /// A number, or a string with a hexadecimal one: "0x48".
     uint32_t number( const JsonValue &object, std::string_view key, uint32_t lowest,
                      uint32_t highest ) const;
+    /// The same from a value that has no key of its own.
+    uint32_t toNumber( const JsonValue &value, const std::string &what, uint32_t lowest,
+                       uint32_t highest ) const;
     uint32_t numberOr( uint32_t absent, const JsonValue &object, std::string_view key,
                        uint32_t highest ) const;
     /// The keys "master", "pci", "accelerator" and "bus".

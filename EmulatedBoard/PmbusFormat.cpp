@@ -13,15 +13,17 @@ constexpr int highestExponent = 15;
 constexpr unsigned polynomial = 0x07;
 
 uint16_t toLinear11( double value ) {
+    const auto fits = [value]( int exponent ) {
+        const double mantissa = std::round( std::ldexp( value, -exponent ) );
+        return mantissa >= -mantissaLimit && mantissa < mantissaLimit;
+    };
     int exponent = lowestExponent;
-    long mantissa = 0;
-    for ( ; exponent <= highestExponent; ++exponent ) {
-        mantissa = std::lround( std::ldexp( value, -exponent ) );
-        if ( mantissa >= -mantissaLimit && mantissa < mantissaLimit ) {
-            break;
-        }
+    while ( exponent < highestExponent && !fits( exponent ) ) {
+        ++exponent;
     }
-    const unsigned low = static_cast<unsigned>( mantissa ) & mantissaMask;
+    const double mantissa = std::clamp( std::round( std::ldexp( value, -exponent ) ),
+                                        -1.0 * mantissaLimit, mantissaLimit - 1.0 );
+    const unsigned low = static_cast<unsigned>( static_cast<int>( mantissa ) ) & mantissaMask;
     return static_cast<uint16_t>( static_cast<unsigned>( exponent ) << mantissaBits | low );
 }
 

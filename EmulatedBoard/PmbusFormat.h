@@ -6,7 +6,7 @@
 namespace EmulatedBoard {
 
 /// LINEAR11: bits 15 to 11 are an exponent, bits 10 to 0 a mantissa, both two's complement. The
-/// smallest exponent that the value leaves room for is taken.
+/// smallest exponent that the value leaves room for is taken; a value that none does is cut.
 uint16_t toLinear11( double value );
 double fromLinear11( uint16_t word );
 

@@ -1,13 +1,5 @@
 // Commands, status bits and formats are those of the PMBus Power System Management Protocol, part
 // II.
-//
-//     STATUS_WORD         13 INPUT   11 POWER_GOOD#   10 FANS    6 OFF   3 VIN_UV   2 TEMPERATURE
-//                         1 CML      0 none of the low byte's others
-//     STATUS_INPUT        5 undervoltage warning   4 undervoltage   3 off for low input
-//     STATUS_TEMPERATURE  7 overtemperature   6 overtemperature warning
-//     STATUS_CML          7 command not supported   6 data not supported   5 packet error code
-//                         1 other
-//     STATUS_FANS_1_2     7 fan 1   6 fan 2
 #include "EmulatedBoard/PmbusSupply.h"
 
 #include "EmulatedBoard/PmbusFormat.h"
@@ -55,34 +47,13 @@ enum Code : uint8_t {
 };
 
 constexpr uint8_t operationOn = 0x80;
-constexpr uint8_t operationSoftOff = 0x40;
-constexpr uint8_t operationOff = 0x00;
+constexpr unsigned operationOnMask = 0xf0;  // the margins, which this supply has not, are not set
+constexpr unsigned operationOffMask = 0x80; // clear: off, with or without a sequence
 constexpr uint8_t allPages = 0xff;
 
 constexpr uint8_t protectAll = 0x80;          // but WRITE_PROTECT
 constexpr uint8_t protectButOperation = 0x40; // and PAGE
 constexpr uint8_t protectButVout = 0x20;      // and VOUT_COMMAND, which this supply has not
-
-constexpr unsigned wordInput = 1U << 13;
-constexpr unsigned wordPowerNotGood = 1U << 11;
-constexpr unsigned wordFans = 1U << 10;
-constexpr unsigned wordOff = 1U << 6;
-constexpr unsigned wordInputLow = 1U << 3;
-constexpr unsigned wordTemperature = 1U << 2;
-constexpr unsigned wordCommunication = 1U << 1;
-constexpr unsigned wordOther = 1U << 0;
-
-constexpr unsigned inputWeak = 0x20;
-constexpr unsigned inputLow = 0x10;
-constexpr unsigned inputOff = 0x08;
-constexpr unsigned temperatureFault = 0x80;
-constexpr unsigned temperatureWarning = 0x40;
-constexpr std::array<unsigned, 2> fanFaults = { 0x80, 0x40 };
-
-constexpr unsigned cmlCommand = 0x80;
-constexpr unsigned cmlData = 0x40;
-constexpr unsigned cmlPacketError = 0x20;
-constexpr unsigned cmlOther = 0x02;
 
 constexpr uint8_t capability = 0xa0; // packet error codes, 400 kHz, no alert line
 constexpr uint8_t voutMode = 0x17;   // linear, 2^-9 V
@@ -138,18 +109,24 @@ const PmbusSupply::Command PmbusSupply::commands[] = {
     { Capability, []( const PmbusSupply & ) { return byte( capability ); } },
     { VoutMode, []( const PmbusSupply & ) { return byte( voutMode ); } },
     { FanConfig12, []( const PmbusSupply & ) { return byte( fanConfig ); } },
-    { FanCommand1, []( const PmbusSupply &s ) { return linear( s.world_.fanDuty[0] ); },
+    { FanCommand1, []( const PmbusSupply &s ) { return word( s.fanCommands_[0] ); },
       2, &PmbusSupply::setFanDuty<0> },
-    { FanCommand2, []( const PmbusSupply &s ) { return linear( s.world_.fanDuty[1] ); },
+    { FanCommand2, []( const PmbusSupply &s ) { return word( s.fanCommands_[1] ); },
       2, &PmbusSupply::setFanDuty<1> },
     { StatusByte, []( const PmbusSupply &s ) { return byte( s.statusWord() ); } },
     { StatusWord, []( const PmbusSupply &s ) { return word( s.statusWord() ); } },
-    { StatusVout, []( const PmbusSupply & ) { return byte( 0 ); } },
-    { StatusIout, []( const PmbusSupply & ) { return byte( 0 ); } },
-    { StatusInput, []( const PmbusSupply &s ) { return byte( s.faults_.input ); } },
-    { StatusTemperature, []( const PmbusSupply &s ) { return byte( s.faults_.temperature ); } },
-    { StatusCml, []( const PmbusSupply &s ) { return byte( s.faults_.communication ); } },
-    { StatusFans12, []( const PmbusSupply &s ) { return byte( s.faults_.fans ); } },
+    { StatusVout, []( const PmbusSupply & ) { return byte( 0 ); },
+      1, &PmbusSupply::clearNothing },
+    { StatusIout, []( const PmbusSupply & ) { return byte( 0 ); },
+      1, &PmbusSupply::clearNothing },
+    { StatusInput, []( const PmbusSupply &s ) { return byte( s.status_.input ); },
+      1, &PmbusSupply::clearBits<&PmbusStatus::input> },
+    { StatusTemperature, []( const PmbusSupply &s ) { return byte( s.status_.temperature ); },
+      1, &PmbusSupply::clearBits<&PmbusStatus::temperature> },
+    { StatusCml, []( const PmbusSupply &s ) { return byte( s.status_.communication ); },
+      1, &PmbusSupply::clearBits<&PmbusStatus::communication> },
+    { StatusFans12, []( const PmbusSupply &s ) { return byte( s.status_.fans ); },
+      1, &PmbusSupply::clearBits<&PmbusStatus::fans> },
     { ReadVin, []( const PmbusSupply &s ) { return linear( s.world_.inputVoltage ); } },
     { ReadIin, []( const PmbusSupply &s ) { return linear( s.state_.inputCurrent ); } },
     { ReadVout, []( const PmbusSupply &s ) { return vout( s.state_.outputVoltage ); } },
@@ -182,56 +159,27 @@ void PmbusSupply::powerOn() {
     page_ = 0;
     operation_ = operationOn;
     writeProtect_ = 0;
-    faults_ = {};
+    status_ = {};
+    fanCommands_ = {};
     world_.fanDuty = {};
     command_ = Page;
     answer_ = byte( page_ );
     settle();
 }
 
+// An output that is told to go off and then on again starts without old faults.
 void PmbusSupply::settle() {
-    world_.outputOn = operation_ == operationOn && !outputOffLine_;
+    const bool wasOn = world_.outputOn;
+    world_.outputOn = ( operation_ & operationOnMask ) == operationOn && !outputOffLine_;
+    if ( world_.outputOn && !wasOn ) {
+        status_ = {};
+    }
     state_ = SupplyModel::stateIn( world_ );
-    const Faults present = presentFaults();
-    faults_.input |= present.input;
-    faults_.temperature |= present.temperature;
-    faults_.fans |= present.fans;
-}
-
-PmbusSupply::Faults PmbusSupply::presentFaults() const {
-    Faults faults;
-    if ( world_.inputVoltage < SupplyModel::weakInput ) {
-        faults.input |= inputWeak;
-    }
-    if ( !state_.inputGood ) {
-        faults.input |= inputLow | inputOff;
-    }
-    const double hotSpot = state_.temperatures[1];
-    if ( hotSpot > SupplyModel::warmHotSpot ) {
-        faults.temperature |= temperatureWarning;
-    }
-    if ( hotSpot > SupplyModel::tooWarmHotSpot ) {
-        faults.temperature |= temperatureFault;
-    }
-    for ( size_t fan = 0; fan < fanFaults.size(); ++fan ) {
-        faults.fans |= world_.fanFault[fan] ? fanFaults[fan] : 0;
-    }
-    return faults;
-}
-
-// OFF and POWER_GOOD# tell what is; the other bits what was since they were cleared.
-unsigned PmbusSupply::statusWord() const {
-    unsigned status = state_.outputOn ? 0 : wordOff | wordPowerNotGood;
-    status |= faults_.input != 0 ? wordInput : 0;
-    status |= ( faults_.input & inputLow ) != 0 ? wordInputLow : 0;
-    status |= faults_.temperature != 0 ? wordTemperature : 0;
-    status |= faults_.communication != 0 ? wordCommunication : 0;
-    status |= faults_.fans != 0 ? wordFans | wordOther : 0;
-    return status;
+    status_.add( PmbusStatus::of( world_, state_ ) );
 }
 
 bool PmbusSupply::fail( unsigned communicationFault ) {
-    faults_.communication |= communicationFault;
+    status_.communication |= communicationFault;
     return false;
 }
 
@@ -251,7 +199,7 @@ bool PmbusSupply::setPage( unsigned value ) {
 }
 
 bool PmbusSupply::setOperation( unsigned value ) {
-    if ( value != operationOn && value != operationSoftOff && value != operationOff ) {
+    if ( ( value & operationOffMask ) != 0 && ( value & operationOnMask ) != operationOn ) {
         return false;
     }
     operation_ = static_cast<uint8_t>( value );
@@ -274,6 +222,7 @@ bool PmbusSupply::setFanDuty( unsigned value ) {
     if ( duty < 0 || duty > highestDuty ) {
         return false;
     }
+    fanCommands_[fan] = static_cast<uint16_t>( value );
     world_.fanDuty[fan] = duty;
     settle();
     return true;
@@ -281,14 +230,25 @@ bool PmbusSupply::setFanDuty( unsigned value ) {
 
 // A fault whose cause is still there comes back at once.
 bool PmbusSupply::clearFaults( unsigned ) {
-    faults_ = presentFaults();
+    status_ = PmbusStatus::of( world_, state_ );
+    return true;
+}
+
+template <unsigned PmbusStatus::*bits>
+bool PmbusSupply::clearBits( unsigned value ) {
+    status_.*bits &= ~value;
+    settle();
+    return true;
+}
+
+bool PmbusSupply::clearNothing( unsigned ) {
     return true;
 }
 
 // Data that is not taken is acknowledged all the same; STATUS_CML tells.
 bool PmbusSupply::take( const Command &command, std::span<const uint8_t> data ) {
     if ( protects( command.code ) ) {
-        fail( cmlCommand );
+        fail( PmbusStatus::badCommand );
         return true;
     }
     unsigned value = 0;
@@ -296,7 +256,7 @@ bool PmbusSupply::take( const Command &command, std::span<const uint8_t> data ) 
         value = value << 8 | data[--at];
     }
     if ( !( this->*command.set )( value ) ) {
-        fail( cmlData );
+        fail( PmbusStatus::badData );
     }
     return true;
 }
@@ -308,7 +268,7 @@ bool PmbusSupply::write( std::span<const uint8_t> bytes ) {
     const Command *command = findCommand( bytes[0] );
     if ( command == nullptr ) {
         answer_.clear();
-        return fail( cmlCommand );
+        return fail( PmbusStatus::badCommand );
     }
     command_ = command->code;
     answer_ = command->get == nullptr ? Bytes() : command->get( *this );
@@ -318,18 +278,22 @@ bool PmbusSupply::write( std::span<const uint8_t> bytes ) {
         return true;
     }
     if ( command->set == nullptr ) {
-        return fail( cmlCommand );
+        return fail( PmbusStatus::badCommand );
     }
     if ( data.size() == command->length + 1 ) {
         const uint8_t start = static_cast<uint8_t>( address() << 1 );
         const uint8_t crc =
             packetErrorCode( bytes.first( bytes.size() - 1 ), packetErrorCode( { &start, 1 } ) );
         if ( crc != data.back() ) {
-            return fail( cmlPacketError );
+            return fail( PmbusStatus::packetError );
         }
         data = data.first( command->length );
     }
-    return data.size() == command->length ? take( *command, data ) : fail( cmlOther );
+    if ( data.size() == command->length ) {
+        return take( *command, data );
+    }
+    const bool tooFew = data.size() < command->length;
+    return fail( tooFew ? PmbusStatus::otherFault : PmbusStatus::badData );
 }
 
 uint8_t PmbusSupply::read( size_t position ) {
@@ -337,6 +301,7 @@ uint8_t PmbusSupply::read( size_t position ) {
         return answer_[position];
     }
     if ( position > answer_.size() || answer_.empty() ) {
+        fail( PmbusStatus::otherFault );
         return noByte;
     }
     const std::array<uint8_t, 3> sent = { static_cast<uint8_t>( address() << 1 ), command_,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "EmulatedBoard/Chip.h"
+#include "EmulatedBoard/PmbusStatus.h"
 #include "EmulatedBoard/SupplyModel.h"
 
 #include <array>
@@ -38,13 +39,6 @@ class PmbusSupply : public Chip {
         std::string revision = "00";
         std::string serial = "0";
     };
-    /// Faults stay until they are cleared, also when their cause has gone.
-    struct Faults {
-        unsigned input = 0;
-        unsigned temperature = 0;
-        unsigned communication = 0;
-        unsigned fans = 0;
-    };
 
     struct Command;
     static const Command commands[];
@@ -54,8 +48,7 @@ class PmbusSupply : public Chip {
     bool protects( uint8_t code ) const;
     bool take( const Command &command, std::span<const uint8_t> data );
     void settle();
-    Faults presentFaults() const;
-    unsigned statusWord() const;
+    unsigned statusWord() const { return status_.word( state_.outputOn ); }
 
     // False: the data is none that the command takes.
     bool setOperation( unsigned value );
@@ -64,6 +57,9 @@ class PmbusSupply : public Chip {
     template <size_t fan>
     bool setFanDuty( unsigned value );
     bool clearFaults( unsigned value );
+    template <unsigned PmbusStatus::*bits>
+    bool clearBits( unsigned value );
+    bool clearNothing( unsigned value );
 
     Knob worldKnob( const char *name, const char *unit, const char *help, double lowest,
                     double highest, double &value );
@@ -77,7 +73,8 @@ class PmbusSupply : public Chip {
     uint8_t page_ = 0;
     uint8_t operation_ = 0;
     uint8_t writeProtect_ = 0;
-    Faults faults_;
+    std::array<uint16_t, 2> fanCommands_ = {}; // as written
+    PmbusStatus status_;
 
     SupplyState state_;
     uint8_t command_ = 0;

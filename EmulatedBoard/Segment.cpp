@@ -11,7 +11,7 @@ Chip &Segment::add( std::unique_ptr<Chip> chip ) {
 
 void Segment::collect( uint8_t address, std::vector<Chip *> &listening ) const {
     for ( const auto &chip : chips_ ) {
-        if ( !chip->present() ) {
+        if ( !chip->answers() ) {
             continue;
         }
         if ( chip->address() == address ) {

@@ -35,6 +35,24 @@ TEST( PmbusFormatTest, Linear11TakesTheSmallestExponent ) {
     EXPECT_EQ( 0x0a00, toLinear11( 1024 ) ); // 512 x 2^1
 }
 
+TEST( PmbusFormatTest, EveryWordThatTakesTheSmallestExponentComesBack ) {
+    for ( unsigned word = 0; word < 0x10000; ++word ) {
+        const auto given = static_cast<uint16_t>( word );
+        ASSERT_EQ( fromLinear11( given ), fromLinear11( toLinear11( fromLinear11( given ) ) ) );
+        if ( toLinear11( fromLinear11( given ) ) != given ) {
+            // Half of the range of a smaller exponent's mantissa, or 0.
+            const int low = ( given & 0x7ff ) < 0x400 ? given & 0x7ff : ( given & 0x7ff ) - 0x800;
+            ASSERT_TRUE( low >= -512 && low < 512 ) << word;
+        }
+    }
+}
+
+TEST( PmbusFormatTest, Linear11OfWhatDoesNotFitIsTheOutermostWord ) {
+    EXPECT_EQ( 0x7bff, toLinear11( 1e9 ) ); // 1023 x 2^15
+    EXPECT_EQ( 0x7c00, toLinear11( -1e9 ) );
+    EXPECT_EQ( 0x7bff, toLinear11( 1023.9 * 32768 ) );
+}
+
 TEST( PmbusFormatTest, Linear16IsUnsignedAndCut ) {
     EXPECT_EQ( 0x0c00, toLinear16( 6, -9 ) );
     EXPECT_EQ( 0, toLinear16( -1, -9 ) );
