@@ -1,11 +1,5 @@
 // The whole path as a host takes it: the built library through dlopen, the real server, the board.
-#include "tests/support/FakeHost.h"
-#include "tests/support/ServerProcess.h"
-
-#include <dlfcn.h>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
+#include "tests/integration/LoadedLibraryFixture.h"
 
 // What the library makes lives as long as the process: the leak check would report all of it.
 extern "C" const char *__asan_default_options() {
@@ -14,21 +8,11 @@ extern "C" const char *__asan_default_options() {
 
 namespace {
 
-class FirstLightTest : public testing::Test {
+class FirstLightTest : public LoadedLibraryFixture {
   protected:
     void SetUp() override {
-        ASSERT_NE( nullptr, library_ ) << dlerror();
-        std::ifstream file( SOURCE_DIR "/boards/VundaT/topology.json" );
-        std::stringstream text;
-        text << file.rdbuf();
-        topology_ = text.str();
-        ASSERT_EQ( PL_STATUS_OK, function<decltype( pl_temp_sensor_init )>( "pl_temp_sensor_init" )(
-                                     topology_.c_str() ) );
-    }
-
-    template <typename Function>
-    Function *function( const char *name ) const {
-        return reinterpret_cast<Function *>( dlsym( library_, name ) );
+        LoadedLibraryFixture::SetUp();
+        ASSERT_EQ( PL_STATUS_OK, initialise( "pl_temp_sensor_init" ) );
     }
 
     // The texts are literals: a device keeps a pointer to its own.
@@ -42,12 +26,6 @@ class FirstLightTest : public testing::Test {
         EXPECT_EQ( PL_STATUS_OK, sensor->ops->getTemperature( sensor, &celsius ) );
         return celsius;
     }
-
-    ServerProcess server;
-
-  private:
-    void *library_ = dlopen( KAVRA_LIBRARY_FILE, RTLD_NOW );
-    std::string topology_;
 };
 
 constexpr const char *inlet = R"({"driver":"LM75","did":1,"address":{"address":72}})";
