@@ -38,8 +38,8 @@ class BusWorkers : public Performer {
                   Client &client ) override;
     void forget( Client &client ) override;
     void finish() override;
-    /// Calls the function when no batch runs, at once if none does; none begins before. One
-    /// function at a time.
+    /// Calls the function when no batch runs, at once if none does; none begins before. It takes
+    /// the place of one that still waits.
     void whenIdle( std::function<void()> function );
 
   private:

@@ -1,5 +1,7 @@
 #include "SmbusServer/Connection.h"
 
+#include "SmbusServer/AnswerWriter.h"
+#include "SmbusServer/BatchParser.h"
 #include "SmbusServer/Log.h"
 
 #include <google/protobuf/io/coded_stream.h>
@@ -125,14 +127,13 @@ void Connection::serve( std::string_view frame ) {
         return;
     }
     workspace_.passed( length );
-    if ( !workspace_.parse( payload ) ) {
+    if ( !parseBatch( payload, workspace_.request ) ) {
         refuse( "a frame that is no request" );
         return;
     }
     if ( performer_.perform( workspace_.request, workspace_.response, *this ) ) {
         answer( workspace_.response );
     } else {
-        workspace_.requestTaken();
         waiting_ = true;
         stream_.receivingIs( false );
     }
@@ -155,10 +156,11 @@ void Connection::answer( const Smbus::TransactionResponse &response ) {
     if ( response.failed() ) {
         logClientEvent( stream_.pid(), "%s: %s", stream_.name().c_str(), response.error().c_str() );
     }
-    const size_t length = response.ByteSizeLong();
+    const AnswerWriter writer( response );
+    const size_t length = writer.size();
     char *frame = workspace_.frame.get();
     payloadLengthIs( frame, length );
-    response.SerializeWithCachedSizesToArray( reinterpret_cast<uint8_t *>( frame + frameHeader ) );
+    writer.write( frame + frameHeader );
     workspace_.passed( length );
     if ( !stream_.send( { frame, frameHeader + length } ) ) {
         broken();

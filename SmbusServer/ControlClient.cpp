@@ -63,7 +63,8 @@ int runControlClient( const std::string &path, const std::string &line ) {
     const std::string answer =
         sendLine( connection.get(), line ) ? receiveAnswer( connection.get() ) : std::string();
     if ( answer.empty() ) {
-        logEvent( "%s: the server hung up without an answer", path.c_str() );
+        logEvent( "%s: the server hung up without an answer; is it its control socket?",
+                  path.c_str() );
         return 3;
     }
     if ( answer.starts_with( "error: " ) ) {

@@ -3,12 +3,15 @@
 #include "EmulatedBoard/Board.h"
 #include "SmbusServer/Backend.h"
 
+#include <array>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace SmbusServer {
 
-/// The emulated board as a back end. Its chips do not check packet error codes.
+/// The emulated board as a back end. A packet error code travels as on real wires: a chip that
+/// knows none takes it for a byte of data, and drives none behind what is read.
 class EmulatedBackend : public Backend {
   public:
     /// @param board must outlive the back end and keep its busses.
@@ -22,11 +25,13 @@ class EmulatedBackend : public Backend {
 
   private:
     EmulatedBoard::Bus *find( const BusName &name );
+    std::span<const uint8_t> outgoing( const Operation &operation );
 
     EmulatedBoard::Board &board_;
     BusName lastName_;
     EmulatedBoard::Bus *lastBus_ = nullptr; // a batch stays on one bus
-    std::vector<uint8_t> out_;              // what follows the address of a write
+    std::array<uint8_t, 4> register_;       // high byte first; as many as its width count
+    std::vector<uint8_t> out_;              // the register and more, kept for its memory
 };
 
 } // namespace SmbusServer

@@ -24,10 +24,10 @@ class EmulatedHardware : public Hardware {
     std::unique_ptr<Performer> newPerformer( sd_event *, Backend &top ) override {
         return std::make_unique<DirectPerformer>( top );
     }
-    bool startsClosed() const override { return true; }
-    void reload() override {
+    void reload( std::function<void()> done ) override {
         board_ = EmulatedBoard::loadBoard( file_ );
         backend_.boardChanged();
+        done();
     }
 
   private:
@@ -45,9 +45,13 @@ class I2cDevHardware : public Hardware {
         workers_ = workers.get();
         return workers;
     }
-    bool startsClosed() const override { return false; }
-    void reload() override {
-        workers_->whenIdle( [this, map = load()] { backend_.mapIs( map ); } );
+    Wiring &wiring() override { return backend_; }
+    // A batch in hand ends on the wires on which it began.
+    void reload( std::function<void()> done ) override {
+        workers_->whenIdle( [this, map = load(), done = std::move( done )] {
+            backend_.mapIs( map );
+            done();
+        } );
     }
 
   private:
@@ -65,8 +69,10 @@ class RecordedHardware : public Hardware {
     std::unique_ptr<Performer> newPerformer( sd_event *, Backend &top ) override {
         return std::make_unique<DirectPerformer>( top );
     }
-    bool startsClosed() const override { return true; }
-    void reload() override { load(); }
+    void reload( std::function<void()> done ) override {
+        load();
+        done();
+    }
 
   private:
     // The layers keep the back end: what it holds changes.

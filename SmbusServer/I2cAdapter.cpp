@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <utility>
 
 extern "C" {
@@ -24,6 +25,11 @@ class LinuxAdapter : public I2cAdapter {
   public:
     explicit LinuxAdapter( Descriptor descriptor ) : descriptor_( std::move( descriptor ) ) {}
 
+    uint64_t deviceNumber() override {
+        struct stat file = {};
+        fstat( descriptor_.get(), &file );
+        return file.st_rdev;
+    }
     int functions( unsigned long &mask ) override {
         return errnoOf( ioctl( descriptor_.get(), I2C_FUNCS, &mask ) );
     }

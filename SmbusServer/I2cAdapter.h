@@ -16,6 +16,9 @@ class I2cAdapter {
 
     virtual ~I2cAdapter() = default;
 
+    /// The device number of the file that it was opened by: while it is open no other adapter has
+    /// the same.
+    virtual uint64_t deviceNumber() = 0;
     /// @param[out] mask I2C_FUNC_… of what the adapter can do.
     virtual int functions( unsigned long &mask ) = 0;
     /// Whom the SMBus calls that follow address.

@@ -67,26 +67,66 @@ I2cDevBackend::Adapter &I2cDevBackend::adapterOf( const std::string &device ) {
     return adapters_[device];
 }
 
-int I2cDevBackend::open( const std::string &device, Adapter &adapter ) {
-    if ( adapter.opened ) {
+std::vector<uint8_t> I2cDevBackend::rootMuxesOf( const BusName &bus ) const {
+    return map_.rootMuxesOf( bus );
+}
+
+void I2cDevBackend::mapIs( I2cDevMap map ) {
+    map_ = std::move( map );
+    adapters_.clear();
+}
+
+uint64_t I2cDevBackend::open( const BusName &bus ) {
+    const std::optional<std::string> device = map_.deviceOf( bus );
+    if ( !device ) {
         return 0;
     }
-    int error = kernel_.open( device, adapter.opened );
-    if ( error == 0 ) {
-        error = adapter.opened->functions( adapter.functions );
+    Adapter &adapter = adapterOf( *device );
+    const bool isOpen = adapter.opened && !hasLeft( *device, adapter );
+    if ( !isOpen ) {
+        openAnew( *device, adapter );
     }
-    if ( error != 0 ) {
+    const std::lock_guard lock( mutex_ );
+    uint64_t &opening = openings_[map_.wiresOf( bus )];
+    if ( !isOpen && adapter.opened ) {
+        opening = ++lastOpening_;
+    }
+    return adapter.opened ? opening : 0;
+}
+
+void I2cDevBackend::openAnew( const std::string &device, Adapter &adapter ) {
+    adapter.error = kernel_.open( device, adapter.opened );
+    if ( adapter.error == 0 ) {
+        adapter.error = adapter.opened->functions( adapter.functions );
+    }
+    if ( adapter.error != 0 ) {
         adapter.opened.reset();
     }
-    if ( std::exchange( adapter.told, error ) == error ) {
-        return error;
+    if ( std::exchange( adapter.told, adapter.error ) == adapter.error ) {
+        return;
     }
-    if ( error == 0 ) {
+    if ( adapter.error == 0 ) {
         logEvent( "%s: opened, functions 0x%08lx", device.c_str(), adapter.functions );
     } else {
-        logEvent( "%s: %s", device.c_str(), strerror( error ) );
+        logEvent( "%s: %s", device.c_str(), strerror( adapter.error ) );
     }
-    return error;
+}
+
+// The kernel keeps an adapter that was unplugged, and its number, until nobody has it open; but it
+// lets nobody open it again. So what opens, with the same number, is the one that is open already.
+// One that has left is closed at once: the kernel waits for that.
+bool I2cDevBackend::hasLeft( const std::string &device, Adapter &adapter ) {
+    std::unique_ptr<I2cAdapter> again;
+    const int error = kernel_.open( device, again );
+    const bool left = error == 0 ? again->deviceNumber() != adapter.opened->deviceNumber()
+                                 : causeOf( openErrors, error, Cause::None ) == Cause::NoController;
+    if ( left ) {
+        adapter.opened.reset();
+        adapter.error = error == 0 ? ENODEV : error;
+        adapter.told = adapter.error;
+        logEvent( "%s: gone", device.c_str() );
+    }
+    return left;
 }
 
 Cause I2cDevBackend::perform( const Operation &operation, std::string &read ) {
@@ -95,19 +135,19 @@ Cause I2cDevBackend::perform( const Operation &operation, std::string &read ) {
         return Cause::NoSuchBus;
     }
     Adapter &adapter = adapterOf( *device );
-    int error = open( *device, adapter );
-    if ( error != 0 ) {
-        return causeOf( openErrors, error, Cause::ControllerError );
+    if ( !adapter.opened ) {
+        return causeOf( openErrors, adapter.error, Cause::ControllerError );
     }
-    error = adapter.opened->chipIs( operation.chip );
+    int error = adapter.opened->chipIs( operation.chip );
     if ( error == EBUSY ) {
         return Cause::ChipInUse;
     }
     if ( error == 0 ) {
         error = i2cTransfer( *adapter.opened, adapter.functions, operation, read );
     }
-    if ( error == ENODEV ) {
-        adapter.opened.reset(); // the adapter itself may have been unplugged
+    // Adapters on a cable have all kinds of numbers for not being there any more.
+    if ( error != 0 && error != EOPNOTSUPP && hasLeft( *device, adapter ) ) {
+        return Cause::NoController;
     }
     return transferCause( operation, error );
 }

@@ -41,6 +41,7 @@ static int run( const Options &options ) {
 
 int main( int argc, char **argv ) {
     signal( SIGPIPE, SIG_IGN ); // a log that nobody reads must not end the server
+    signal( SIGXFSZ, SIG_IGN ); // nor a recording that has reached the limit of a file
     try {
         return run( parseOptions( argc, argv ) );
     } catch ( const UsageError &error ) {

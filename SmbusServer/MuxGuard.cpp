@@ -3,220 +3,199 @@
 #include "SmbusServer/FailureText.h"
 
 #include <algorithm>
+#include <set>
+#include <tuple>
+#include <utility>
 
 namespace SmbusServer {
 
-// A switch has fewer muxes; a client must not make the lists grow.
-constexpr size_t mostUnknown = 32;
-constexpr size_t mostSeen = 256;
-// After so many batches a mux that says nothing is taken for pulled. Power turns its channels off.
-constexpr int mostSilences = 16;
-constexpr int attempts = 4;
+/// Keeps the sum over all wires right, whatever happens to some of them in a block.
+class MuxGuard::Count {
+  public:
+    Count( const Wires &wires, std::atomic<size_t> &sum )
+        : wires_( wires ), sum_( sum ), before_( wires.muxes.countInDoubt() ) {}
+    Count( const Count & ) = delete;
+    Count &operator=( const Count & ) = delete;
+    ~Count() { sum_ += wires_.muxes.countInDoubt() - before_; }
 
-static bool uses( const Smbus::TransactionRequest &batch, const BusName &bus ) {
-    return std::any_of( batch.request().begin(), batch.request().end(),
-                        [&]( const Smbus::Request &each ) { return decode( each ).bus == bus; } );
-}
+  private:
+    const Wires &wires_;
+    std::atomic<size_t> &sum_;
+    const size_t before_;
+};
 
-MuxGuard::MuxGuard( Backend &below, AtStart atStart ) : below_( below ), atStart_( atStart ) {}
-
-std::string MuxGuard::begins( const Smbus::TransactionRequest &request ) {
-    if ( atStart_ == AtStart::Unknown ) {
-        noteNew( request );
-    }
-    const std::string refused = anyUnknown_ ? clearAll( &request ) : std::string();
-    std::string below = below_.begins( request );
-    return refused.empty() ? below : refused;
-}
-
-void MuxGuard::letGo() {
-    clearAll( nullptr );
-}
-
-// Those that concern a batch, or all. Inner muxes first: clearing one may leave an outer one
-// unknown, whose turn then comes. @return why the batch must not be performed.
-std::string MuxGuard::clearAll( const Smbus::TransactionRequest *request ) {
-    std::string refused;
-    std::vector<MuxPlace> tried;
-    while ( const auto place = nextUnknown( request, tried ) ) {
-        tried.push_back( *place );
-        Cause cause = Cause::None;
-        const Outcome outcome = clear( *place, cause );
-        const bool inTheWay =
-            place->steps.request_size() == 1 || request == nullptr || place->isOnWayOf( *request );
-        if ( outcome == Outcome::Off ) {
-            isKnown( *place );
-        } else if ( outcome == Outcome::Silent ) {
-            isSilent( *place );
-        } else if ( inTheWay && refused.empty() ) {
-            refused = refusal( *place, cause );
-        }
-    }
-    return refused;
-}
-
-void MuxGuard::ends( const Smbus::TransactionRequest &request,
-                     const Smbus::TransactionResponse &response ) {
-    below_.ends( request, response );
-    if ( anyFailed_ ) {
-        const std::lock_guard guard( mutex_ );
-        failed_.erase( &request );
-        anyFailed_ = !failed_.empty();
-    }
-}
+MuxGuard::MuxGuard( Backend &below, Wiring &wiring ) : below_( below ), wiring_( wiring ) {}
 
 bool MuxGuard::severalAccelerators( const BusName &bus ) const {
     return below_.severalAccelerators( bus );
 }
 
-Cause MuxGuard::perform( const Operation &operation, std::string &read ) {
-    const Cause cause = below_.perform( operation, read );
-    // What no attempt can change has not reached the wires.
-    if ( mayPass( cause ) && operation.isSendByte() && operation.batch != nullptr ) {
-        noteFailure( operation );
-    }
-    return cause;
+std::string MuxGuard::begins( const Smbus::TransactionRequest &request ) {
+    std::string refused = below_.begins( request );
+    const bool nothingToDo = wiring_.startsOff() && inDoubt_ == 0;
+    return nothingToDo || !refused.empty() ? refused : makeReady( request );
 }
 
-// A mux that lets go when it is tried again is told to do so once more than needed.
-void MuxGuard::noteFailure( const Operation &operation ) {
-    {
-        const std::lock_guard guard( mutex_ );
-        const Chip chip{ operation.bus, operation.chip };
-        anyFailed_ = true;
-        if ( !failed_[operation.batch].insert( chip ).second ) {
-            return;
+// Every bus of the batch is made ready and cleared, also when one before it holds the batch back.
+std::string MuxGuard::makeReady( const Smbus::TransactionRequest &request ) {
+    std::string refused;
+    std::set<BusName> done;
+    for ( const Smbus::Request &each : request.request() ) {
+        const BusName bus = decode( each ).bus;
+        if ( !done.insert( bus ).second ) {
+            continue;
+        }
+        // Without its controller the batch fails by itself.
+        Wires *wires = wiresOf( bus );
+        const uint64_t opening = wires == nullptr ? 0 : wiring_.open( bus );
+        if ( opening == 0 ) {
+            continue;
+        }
+        wires->name = bus;
+        const Count count( *wires, inDoubt_ );
+        wires->muxes.openingIs( opening, wiring_.rootMuxesOf( bus ) );
+        const std::string reason = clearFor( MuxBatch( request, bus, wiring_ ), *wires );
+        refused = refused.empty() ? reason : refused;
+    }
+    return refused;
+}
+
+std::string MuxGuard::clearFor( const MuxBatch &batch, Wires &wires ) {
+    constexpr size_t most = MuxStates::mostInDoubt;
+    const std::vector<MuxPlace> used = batch.muxes( most + 1 );
+    const char *tooMany = "more muxes may have a channel on than the server keeps in mind";
+    if ( used.size() > most ) {
+        return tooMany;
+    }
+    for ( const MuxPlace &place : used ) {
+        if ( !wiring_.startsOff() && !wires.muxes.isOff( place ) ) {
+            wires.muxes.inDoubt( place, MuxStates::Doubt::Unmet );
         }
     }
-    if ( const auto place = muxSwitchedBy( *operation.batch, operation.index ) ) {
-        isUnknown( *place );
-    }
+    const std::string refused = clearAll( wires, &batch );
+    return refused.empty() && !used.empty() && wires.muxes.crowded() ? tooMany : refused;
 }
 
-void MuxGuard::noteNew( const Smbus::TransactionRequest &request ) {
-    for ( const MuxPlace &place : muxesOf( request ) ) {
-        {
-            const std::lock_guard guard( mutex_ );
-            if ( seen_.size() == mostSeen || std::ranges::find( seen_, place ) != seen_.end() ) {
-                continue;
-            }
-            seen_.push_back( place );
-        }
-        isUnknown( place );
-    }
-}
-
-std::optional<MuxPlace> MuxGuard::nextUnknown( const Smbus::TransactionRequest *request,
-                                               const std::vector<MuxPlace> &tried ) const {
-    const std::lock_guard guard( mutex_ );
-    const MuxPlace *innermost = nullptr;
-    for ( const Unknown &each : unknown_ ) {
-        const bool isOpen = std::ranges::find( tried, each.place ) == tried.end() &&
-                            ( request == nullptr || uses( *request, each.place.bus ) );
-        if ( isOpen && ( innermost == nullptr ||
-                         each.place.steps.request_size() > innermost->steps.request_size() ) ) {
-            innermost = &each.place;
-        }
-    }
-    return innermost == nullptr ? std::nullopt : std::optional( *innermost );
-}
-
-void MuxGuard::isUnknown( const MuxPlace &place ) {
-    const std::lock_guard guard( mutex_ );
-    if ( std::ranges::find( unknown_, place, &Unknown::place ) == unknown_.end() ) {
-        if ( unknown_.size() == mostUnknown ) {
-            unknown_.erase( unknown_.begin() );
-        }
-        unknown_.push_back( { place } );
-    }
-    anyUnknown_ = true;
-}
-
-void MuxGuard::isKnown( const MuxPlace &place ) {
-    const std::lock_guard guard( mutex_ );
-    std::erase_if( unknown_, [&]( const Unknown &each ) { return each.place == place; } );
-    anyUnknown_ = !unknown_.empty();
-}
-
-void MuxGuard::isSilent( const MuxPlace &place ) {
-    const std::lock_guard guard( mutex_ );
-    const auto entry = std::ranges::find( unknown_, place, &Unknown::place );
-    if ( entry != unknown_.end() && ++entry->silences == mostSilences ) {
-        unknown_.erase( entry );
-        anyUnknown_ = !unknown_.empty();
-    }
-}
-
-Cause MuxGuard::attempt( const Smbus::Request &request ) {
-    std::string unread;
-    Cause cause = Cause::None;
-    for ( int i = 0; i < attempts; ++i ) {
-        cause = below_.perform( decode( request ), unread );
-        if ( !mayPass( cause ) ) {
+// @return why the batch must not be performed.
+std::string MuxGuard::clearAll( Wires &wires, const MuxBatch *batch ) {
+    using Outcome = MuxClearing::Outcome;
+    std::string refused;
+    std::vector<MuxPlace> tried;
+    bool rootMayBeOn = false;
+    while ( const auto place = wires.muxes.next( tried ) ) {
+        // Behind other muxes the wrong chip could answer, and pass for a mux that has let go.
+        if ( rootMayBeOn && !place->isRoot() && batch != nullptr ) {
             break;
         }
+        tried.push_back( *place );
+        const bool onWay = batch != nullptr && batch->switches( place->steps.front().chip );
+        const bool briefly = !onWay && wires.muxes.wasTriedInVain( *place );
+        const MuxClearing clearing = clearMux( below_, wires.name, *place, briefly );
+        for ( const MuxPlace &outer : clearing.leftOpen ) {
+            wires.muxes.inDoubt( outer, MuxStates::Doubt::Failed );
+            std::erase( tried, outer );
+        }
+        bool inTheWay = false;
+        switch ( clearing.outcome ) {
+        case Outcome::Off:
+            wires.muxes.off( *place );
+            break;
+        case Outcome::Silent:
+            wires.muxes.silent( *place );
+            break;
+        case Outcome::Unreached:
+            wires.muxes.unreached( *place );
+            inTheWay = onWay;
+            break;
+        case Outcome::Refused:
+            inTheWay = onWay || place->isRoot();
+            rootMayBeOn = rootMayBeOn || place->isRoot();
+            break;
+        }
+        if ( inTheWay && refused.empty() ) {
+            refused = refusal( *place, clearing, wires.name );
+        }
     }
+    return refused;
+}
+
+std::string MuxGuard::refusal( const MuxPlace &place, const MuxClearing &clearing,
+                               const BusName &bus ) const {
+    const std::string failure =
+        failureText( place.requestsOn( bus ), static_cast<int>( clearing.step ),
+                     below_.severalAccelerators( bus ), clearing.cause );
+    return clearing.outcome == MuxClearing::Outcome::Refused
+               ? "a mux that may have a channel on cannot be told to let go: " + failure
+               : failure;
+}
+
+void MuxGuard::letGo() {
+    for ( auto &[key, wires] : wires_ ) {
+        if ( wires.muxes.countInDoubt() != 0 && wiring_.wiresOf( wires.name ) == key &&
+             wiring_.open( wires.name ) != 0 ) {
+            const Count count( wires, inDoubt_ );
+            clearAll( wires, nullptr );
+        }
+    }
+}
+
+Cause MuxGuard::perform( const Operation &operation, std::string &read ) {
+    const Cause cause = below_.perform( operation, read );
+    failures_.attempted( operation, cause );
     return cause;
 }
 
-// A read without a command gives the control register.
-MuxGuard::Outcome MuxGuard::release( const Smbus::Request &deselect, Cause &cause ) {
-    Operation readControl = decode( deselect );
-    readControl.type = Smbus::READ;
-    Outcome outcome = Outcome::Silent;
-    std::string channels;
-    for ( int i = 0; i < attempts; ++i ) {
-        cause = below_.perform( decode( deselect ), channels );
-        if ( cause == Cause::None ) {
-            return Outcome::Off;
+// A mux that had not been selected when the batch ended is as it was before: its deselect was not
+// needed.
+void MuxGuard::ends( const Smbus::TransactionRequest &request,
+                     const Smbus::TransactionResponse &response ) {
+    below_.ends( request, response );
+    const auto failures = failures_.take( request );
+    std::map<BusName, MuxBatch> batches;
+    std::set<std::tuple<BusName, uint8_t, bool>> done;
+    for ( const BatchFailures::Failure &failure : failures ) {
+        const int stop = failures.front().index;
+        const Operation operation = decode( request.request( failure.index ) );
+        const bool deselect = operation.isDeselect();
+        if ( !operation.isSendByte() ||
+             !done.insert( { operation.bus, operation.chip, deselect } ).second ) {
+            continue;
         }
-        const Cause probed = below_.perform( readControl, channels );
-        if ( probed == Cause::None && channels == std::string( 1, '\0' ) ) {
-            return Outcome::Off;
-        }
-        if ( probed != Cause::NoAcknowledge ) {
-            outcome = Outcome::Refused;
-        }
-    }
-    return outcome;
-}
-
-MuxGuard::Outcome MuxGuard::clear( const MuxPlace &place, Cause &cause ) {
-    const int last = place.steps.request_size() - 1;
-    int opened = 0;
-    // What is behind a mux that does not switch reaches nobody.
-    Outcome outcome = Outcome::Silent;
-    while ( opened < last && attempt( place.steps.request( opened ) ) == Cause::None ) {
-        ++opened;
-    }
-    if ( opened == last ) {
-        outcome = release( place.steps.request( last ), cause );
-    }
-    closeWay( place, std::min( opened + 1, last ) );
-    return outcome;
-}
-
-void MuxGuard::closeWay( const MuxPlace &place, int opened ) {
-    while ( opened-- > 0 ) {
-        MuxPlace outer{ .bus = place.bus, .steps = {} };
-        for ( int i = 0; i <= opened; ++i ) {
-            *outer.steps.add_request() = place.steps.request( i );
-        }
-        Smbus::Request &deselect = *outer.steps.mutable_request( opened );
-        constexpr uint64_t registerMask = 0xffffffff;
-        deselect.set_address( deselect.address() & ~registerMask );
-        if ( attempt( deselect ) == Cause::None ) {
-            isKnown( outer );
-        } else {
-            isUnknown( outer );
+        const MuxBatch &batch =
+            batches.try_emplace( operation.bus, request, operation.bus, wiring_ ).first->second;
+        const bool mayBeOn =
+            deselect ? batch.isSelected( operation.chip, stop ) : failure.reachedWires;
+        const auto place = batch.switchedBy( failure.index, stop );
+        if ( mayBeOn && place ) {
+            isInDoubt( *place, operation.bus );
         }
     }
 }
 
-std::string MuxGuard::refusal( const MuxPlace &place, Cause cause ) const {
-    return "a mux that may have a channel on cannot be told to let go: " +
-           failureText( place.steps, place.steps.request_size() - 1,
-                        below_.severalAccelerators( place.bus ), cause );
+void MuxGuard::isInDoubt( const MuxPlace &place, const BusName &bus ) {
+    Wires &wires = newWiresOf( bus );
+    const Count count( wires, inDoubt_ );
+    wires.muxes.inDoubt( place, MuxStates::Doubt::Failed );
+}
+
+MuxGuard::Wires &MuxGuard::newWiresOf( const BusName &bus ) {
+    const std::lock_guard lock( mutex_ );
+    return wires_.try_emplace( wiring_.wiresOf( bus ), Wires{ .name = bus, .muxes = {} } )
+        .first->second;
+}
+
+// Clients can make up any number of names: what starts off needs no entry before something fails.
+MuxGuard::Wires *MuxGuard::wiresOf( const BusName &bus ) {
+    const std::string key = wiring_.wiresOf( bus );
+    if ( key.empty() ) {
+        return nullptr;
+    }
+    if ( !wiring_.startsOff() ) {
+        return &newWiresOf( bus );
+    }
+    const std::lock_guard lock( mutex_ );
+    const auto found = wires_.find( key );
+    return found == wires_.end() ? nullptr : &found->second;
 }
 
 } // namespace SmbusServer

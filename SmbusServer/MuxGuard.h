@@ -1,36 +1,40 @@
 #pragma once
 
 #include "SmbusServer/Backend.h"
-#include "SmbusServer/MuxPlace.h"
+#include "SmbusServer/BatchFailures.h"
+#include "SmbusServer/MuxClearing.h"
+#include "SmbusServer/MuxStates.h"
 
 #include <atomic>
-#include <cstdint>
+#include <cstddef>
 #include <map>
 #include <mutex>
-#include <set>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace SmbusServer {
 
-/// Sees to it that no batch meets a channel that an earlier one left on.
+/// Sees to it that no batch meets a channel that something before it left on.
 ///
-/// A mux whose select or deselect failed is in a state that nobody knows. Before the next batch
-/// that uses its bus it is told to let go. A mux that refuses, and still answers, makes the batch
-/// fail: a chip behind it could answer in the place of another. One that answers nothing at all
-/// has no power and no channel on, and holds nobody up. Either is tried again before further
-/// batches.
+/// A mux is in doubt when its select or deselect failed, and on real wires also when nothing is
+/// known of it: before the first batch that selects it, and after its controller has been away.
+/// Before a batch that uses the wires the muxes in doubt on them are told to let go, from the
+/// outside inwards. What then happens to the batch depends on the answer:
+///
+///  - a mux that refuses may let a chip behind it answer in the place of another: the batch is not
+///    performed, whatever it wants to do there; unless the mux is behind another one, which is off:
+///    then only batches that go through that one are held back;
+///  - a mux that says nothing has no power and no channel on: nobody is held up;
+///  - a mux that cannot be reached reaches nobody either: batches that go the same way fail with
+///    what failed on the way, and others are performed.
+///
+/// A mux stays in doubt until it has let go, or has said nothing often enough to be taken for
+/// pulled, so each is tried again before further batches.
 class MuxGuard : public Backend {
   public:
-    /// What is known of the muxes before the first batch. Real ones may be as a server that was
-    /// killed has left them: each is told to let go before the first batch that selects it.
-    enum class AtStart { AllOff, Unknown };
+    /// Both must outlive the guard.
+    MuxGuard( Backend &below, Wiring &wiring );
 
-    /// @param below must outlive the guard.
-    MuxGuard( Backend &below, AtStart atStart );
-
-    /// Tells every mux to let go whose state is not known. To be called when no batch is in hand.
+    /// Tells every mux in doubt to let go. To be called when no batch is in hand.
     void letGo();
 
     std::string begins( const Smbus::TransactionRequest &request ) override;
@@ -40,36 +44,28 @@ class MuxGuard : public Backend {
     bool severalAccelerators( const BusName &bus ) const override;
 
   private:
-    enum class Outcome { Off, Silent, Refused };
+    // The muxes of some wires. As the wires, they are used by one thread at a time.
+    struct Wires {
+        BusName name; // by which they were used last
+        MuxStates muxes;
+    };
+    class Count;
 
-    using Chip = std::pair<BusName, uint8_t>;
-
-    void noteFailure( const Operation &operation );
-    void noteNew( const Smbus::TransactionRequest &request );
-    std::string clearAll( const Smbus::TransactionRequest *request );
-    std::optional<MuxPlace> nextUnknown( const Smbus::TransactionRequest *request,
-                                         const std::vector<MuxPlace> &tried ) const;
-    void isUnknown( const MuxPlace &place );
-    void isKnown( const MuxPlace &place );
-    void isSilent( const MuxPlace &place );
-    Cause attempt( const Smbus::Request &request );
-    Outcome clear( const MuxPlace &place, Cause &cause );
-    Outcome release( const Smbus::Request &deselect, Cause &cause );
-    void closeWay( const MuxPlace &place, int opened );
-    std::string refusal( const MuxPlace &place, Cause cause ) const;
+    Wires *wiresOf( const BusName &bus );
+    Wires &newWiresOf( const BusName &bus );
+    std::string makeReady( const Smbus::TransactionRequest &request );
+    std::string clearFor( const MuxBatch &batch, Wires &wires );
+    std::string clearAll( Wires &wires, const MuxBatch *batch );
+    std::string refusal( const MuxPlace &place, const MuxClearing &clearing,
+                         const BusName &bus ) const;
+    void isInDoubt( const MuxPlace &place, const BusName &bus );
 
     Backend &below_;
-    const AtStart atStart_;
-    std::atomic<bool> anyUnknown_ = false;
-    std::atomic<bool> anyFailed_ = false;
-    mutable std::mutex mutex_; // guards what follows
-    struct Unknown {
-        MuxPlace place;
-        int silences = 0; // how often it was tried and answered nothing
-    };
-    std::vector<Unknown> unknown_;
-    std::map<const Smbus::TransactionRequest *, std::set<Chip>> failed_; // in batches in hand
-    std::vector<MuxPlace> seen_; // only if the muxes are unknown at the start
+    Wiring &wiring_;
+    std::atomic<size_t> inDoubt_ = 0; // muxes, on all wires
+    BatchFailures failures_;
+    std::mutex mutex_; // guards wires_, but not what an entry holds
+    std::map<std::string, Wires> wires_;
 };
 
 } // namespace SmbusServer

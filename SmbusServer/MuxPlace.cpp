@@ -1,101 +1,128 @@
 #include "SmbusServer/MuxPlace.h"
 
-#include <bitset>
-#include <map>
+#include <algorithm>
 
 namespace SmbusServer {
 
-// Each walk over a batch is made once a mux, not once a request: a batch may have thousands.
-using Chips = std::bitset<128>;
-
-// The chips of a bus that a batch lets go of at its end.
-static Chips releasedChips( const Smbus::TransactionRequest &batch, const BusName &bus ) {
-    Chips chips;
-    for ( int i = batch.request_size(); i-- > 0; ) {
-        const Operation operation = decode( batch.request( i ) );
-        if ( !operation.isDeselect() ) {
-            break;
-        }
-        if ( operation.bus == bus ) {
-            chips.set( operation.chip );
-        }
-    }
-    return chips;
+Operation MuxStep::on( const BusName &bus ) const {
+    return { .bus = bus,
+             .chip = chip,
+             .reg = value,
+             .registerWidth = width,
+             .type = Smbus::WRITE,
+             .pec = pec };
 }
 
-// The steps so far without those of a chip.
-static void drop( Smbus::TransactionRequest &steps, uint8_t chip ) {
-    for ( int i = steps.request_size(); i-- > 0; ) {
-        if ( decode( steps.request( i ) ).chip == chip ) {
-            steps.mutable_request()->DeleteSubrange( i, 1 );
-        }
+Smbus::TransactionRequest MuxPlace::requestsOn( const BusName &bus ) const {
+    Smbus::TransactionRequest requests;
+    for ( const MuxStep &step : steps ) {
+        *requests.add_request() = encode( step.on( bus ) );
     }
+    return requests;
 }
 
-static MuxPlace placeOf( const Smbus::TransactionRequest &batch, int index, const Chips &muxes ) {
-    const Operation own = decode( batch.request( index ) );
-    MuxPlace place{ .bus = own.bus, .steps = {} };
-    for ( int i = 0; i < index; ++i ) {
-        const Operation before = decode( batch.request( i ) );
-        if ( !before.isSendByte() || before.bus != own.bus || before.chip == own.chip ||
-             !muxes.test( before.chip ) ) {
-            continue;
-        }
-        drop( place.steps, before.chip );
-        if ( before.reg != 0 ) {
-            *place.steps.add_request() = batch.request( i );
-        }
-    }
-    Smbus::Request &deselect = *place.steps.add_request();
-    deselect = batch.request( index );
-    constexpr uint64_t registerMask = 0xffffffff;
-    deselect.set_address( deselect.address() & ~registerMask );
-    return place;
+MuxPlace MuxPlace::onWay( size_t step ) const {
+    MuxPlace outer;
+    outer.steps.assign( steps.begin(), steps.begin() + static_cast<ptrdiff_t>( step ) + 1 );
+    outer.steps.back().value = 0;
+    return outer;
 }
 
-std::optional<MuxPlace> muxSwitchedBy( const Smbus::TransactionRequest &batch, int index ) {
-    const Operation operation = decode( batch.request( index ) );
-    if ( !operation.isSendByte() ) {
-        return std::nullopt;
-    }
-    const Chips muxes = releasedChips( batch, operation.bus );
-    return muxes.test( operation.chip ) ? std::optional( placeOf( batch, index, muxes ) )
-                                        : std::nullopt;
+static MuxStep stepOf( const Operation &operation ) {
+    return { operation.chip, operation.reg, operation.registerWidth, operation.pec };
 }
 
-std::vector<MuxPlace> muxesOf( const Smbus::TransactionRequest &batch ) {
-    std::vector<MuxPlace> places;
-    std::map<BusName, Chips> remaining; // muxes that no place has yet
+static int trailingRunOf( const Smbus::TransactionRequest &batch ) {
+    int start = batch.request_size();
+    while ( start > 0 && decode( batch.request( start - 1 ) ).isDeselect() ) {
+        --start;
+    }
+    return start;
+}
+
+MuxBatch::MuxBatch( const Smbus::TransactionRequest &batch, const BusName &bus,
+                    const Wiring &wiring )
+    : trailing_( trailingRunOf( batch ) ) {
+    for ( const uint8_t chip : wiring.rootMuxesOf( bus ) ) {
+        roots_.set( chip );
+    }
+    Chips selected;
+    Chips released;
     for ( int i = 0; i < batch.request_size(); ++i ) {
         const Operation operation = decode( batch.request( i ) );
-        if ( !operation.isSendByte() || operation.reg == 0 ) {
+        if ( !operation.isSendByte() || !wiring.sameWires( operation.bus, bus ) ) {
             continue;
         }
-        const auto [muxes, isNew] = remaining.try_emplace( operation.bus );
-        if ( isNew ) {
-            muxes->second = releasedChips( batch, operation.bus );
+        switches_.push_back( { i, stepOf( operation ) } );
+        sentTo_.set( operation.chip );
+        if ( operation.reg != 0 ) {
+            selected.set( operation.chip );
+        } else if ( i >= trailing_ ) {
+            released.set( operation.chip );
         }
-        if ( muxes->second.test( operation.chip ) ) {
-            places.push_back( placeOf( batch, i, releasedChips( batch, operation.bus ) ) );
-            muxes->second.reset( operation.chip );
+    }
+    std::erase_if( switches_, [muxes = selected & released]( const Switch &each ) {
+        return !muxes.test( each.step.chip );
+    } );
+}
+
+// What is selected after a step that was not before, or otherwise.
+static void take( std::vector<MuxStep> &way, const MuxStep &step ) {
+    std::erase_if( way, [&]( const MuxStep &each ) { return each.chip == step.chip; } );
+    if ( step.value != 0 ) {
+        way.push_back( step );
+    }
+}
+
+MuxPlace MuxBatch::placeOf( std::vector<MuxStep> way, MuxStep own ) const {
+    own.value = 0;
+    take( way, own );
+    if ( roots_.test( own.chip ) ) {
+        way.clear();
+    }
+    way.push_back( own );
+    return { std::move( way ) };
+}
+
+std::vector<MuxPlace> MuxBatch::muxes( size_t most ) const {
+    std::vector<MuxPlace> places;
+    std::vector<MuxStep> way;
+    for ( const Switch &each : switches_ ) {
+        if ( each.step.value != 0 ) {
+            MuxPlace place = placeOf( way, each.step );
+            if ( std::ranges::find( places, place ) == places.end() ) {
+                places.push_back( std::move( place ) );
+            }
         }
+        if ( places.size() == most ) {
+            break;
+        }
+        take( way, each.step );
     }
     return places;
 }
 
-bool MuxPlace::isOnWayOf( const Smbus::TransactionRequest &batch ) const {
-    const Operation first = decode( steps.request( 0 ) );
-    for ( const Smbus::Request &each : batch.request() ) {
-        const Operation operation = decode( each );
-        if ( operation.isSendByte() && operation.chip == first.chip && operation.bus == bus ) {
-            return true;
+std::optional<MuxPlace> MuxBatch::switchedBy( int index, int stop ) const {
+    std::vector<MuxStep> way;
+    for ( const Switch &each : switches_ ) {
+        if ( each.index == index ) {
+            return placeOf( std::move( way ), each.step );
+        }
+        if ( each.index <= stop || each.index >= trailing_ ) {
+            take( way, each.step );
         }
     }
-    return false;
+    return std::nullopt;
 }
 
-bool operator==( const MuxPlace &a, const MuxPlace &b ) {
-    return a.bus == b.bus && a.steps.SerializeAsString() == b.steps.SerializeAsString();
+bool MuxBatch::isSelected( uint8_t chip, int before ) const {
+    return std::ranges::any_of( switches_, [&]( const Switch &each ) {
+        return each.step.chip == chip && each.step.value != 0 && each.index < before;
+    } );
+}
+
+bool MuxBatch::switches( uint8_t chip ) const {
+    return sentTo_.test( chip );
 }
 
 } // namespace SmbusServer

@@ -34,4 +34,26 @@ Operation decode( const Smbus::Request &request ) {
     };
 }
 
+static uint64_t placed( uint64_t value, Field field ) {
+    return value << field.lowestBit;
+}
+
+Smbus::Request encode( const Operation &operation ) {
+    Smbus::Request request;
+    request.set_address( placed( operation.reg, registerField ) |
+                         placed( operation.chip, chipField ) |
+                         placed( operation.bus.bus, busField ) |
+                         placed( operation.bus.accelerator, acceleratorField ) |
+                         placed( operation.registerWidth, registerWidthField ) );
+    request.set_type( operation.type );
+    request.set_length( operation.length );
+    request.set_flag( operation.pec );
+    request.set_pci( operation.bus.pci );
+    request.set_mastertype( operation.bus.master );
+    if ( !operation.data.empty() ) {
+        request.set_data( std::string( operation.data ) );
+    }
+    return request;
+}
+
 } // namespace SmbusServer

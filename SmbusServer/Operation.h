@@ -38,5 +38,7 @@ struct Operation {
 };
 
 Operation decode( const Smbus::Request &request );
+/// A request that decodes to the operation, but for the batch that it belongs to.
+Smbus::Request encode( const Operation &operation );
 
 } // namespace SmbusServer

@@ -1,8 +1,10 @@
 #include "SmbusServer/Options.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <getopt.h>
 #include <grp.h>
+#include <vector>
 
 namespace SmbusServer {
 
@@ -76,6 +78,11 @@ constexpr option longOptions[] = {
     { nullptr, 0, nullptr, 0 },
 };
 
+static std::string nameOf( int letter ) {
+    const auto *found = std::ranges::find( longOptions, letter, &option::val );
+    return std::string( "--" ) + found->name;
+}
+
 static gid_t groupNamed( const std::string &name ) {
     const group *found = getgrnam( name.c_str() );
     if ( found == nullptr ) {
@@ -85,6 +92,9 @@ static gid_t groupNamed( const std::string &name ) {
 }
 
 static void apply( Options &options, int letter, const std::string &asTyped ) {
+    if ( optarg != nullptr && *optarg == '\0' && letter != ':' && letter != '?' ) {
+        throw UsageError( "option '" + nameOf( letter ) + "' needs a value" );
+    }
     switch ( letter ) {
     case Board:
         options.board = optarg;
@@ -143,10 +153,20 @@ static void fillPaths( Options &options ) {
     }
 }
 
-Options parseOptions( int argc, char **argv ) {
+/// A call's words, taken apart but not yet judged.
+struct Call {
     Options options;
+    bool isCtl = false;
+    std::vector<int> given; ///< letters of the options
+    std::vector<std::string> words;
+
+    bool has( int letter ) const { return std::ranges::find( given, letter ) != given.end(); }
+};
+
+static Call takeApart( int argc, char **argv ) {
+    Call call;
     if ( argc > 1 && std::string_view( argv[1] ) == "ctl" ) {
-        options.task = Options::Task::Control;
+        call.isCtl = true;
         --argc;
         ++argv;
     }
@@ -155,31 +175,87 @@ Options parseOptions( int argc, char **argv ) {
     // '+': options end at the first word; ':': a missing value is told apart.
     for ( int letter = 0;
           ( letter = getopt_long( argc, argv, "+:", longOptions, nullptr ) ) != -1; ) {
-        apply( options, letter, argv[optind - 1] );
+        apply( call.options, letter, argv[optind - 1] );
+        call.given.push_back( letter );
         // The C library takes an optional value only behind "=".
         if ( letter == I2cDev && optarg == nullptr && optind < argc && *argv[optind] != '-' ) {
-            options.i2cDev = argv[optind++];
+            call.options.i2cDev = argv[optind++];
         }
     }
-    for ( int i = optind; i < argc; ++i ) {
-        options.line += ( options.line.empty() ? "" : " " ) + std::string( argv[i] );
+    call.words.assign( argv + optind, argv + argc );
+    return call;
+}
+
+// What only a server has a use for.
+constexpr Letter ofServers[] = { Board, I2cDev, Replay, Record, Faults, Group, CheckConfig };
+
+static void refuse( const Call &call, int letter, const std::string &beside ) {
+    if ( call.has( letter ) ) {
+        throw UsageError( "option '" + nameOf( letter ) + "' means nothing beside " + beside );
     }
-    fillPaths( options );
-    const bool serves =
-        options.task == Options::Task::Serve || options.task == Options::Task::CheckConfig;
-    if ( serves && !options.line.empty() ) {
-        throw UsageError( "unknown command '" + std::string( argv[optind] ) + "'" );
+}
+
+static void refuseServersOptions( const Call &call, const std::string &beside ) {
+    for ( const int each : ofServers ) {
+        refuse( call, each, beside );
     }
-    const int served = ( options.board.empty() ? 0 : 1 ) + ( options.i2cDev ? 1 : 0 ) +
-                       ( options.replay.empty() ? 0 : 1 );
-    if ( serves && served != 1 ) {
+}
+
+static void judgeControl( Call &call ) {
+    refuse( call, Print, "ctl" );
+    refuseServersOptions( call, "ctl" );
+    if ( call.words.empty() ) {
+        throw UsageError( "ctl needs a command, such as 'list'" );
+    }
+    for ( const std::string &each : call.words ) {
+        call.options.line += ( call.options.line.empty() ? "" : " " ) + each;
+    }
+    call.options.task = Options::Task::Control;
+}
+
+static void judgeServed( const Call &call ) {
+    std::string served;
+    int count = 0;
+    for ( const int each : { Board, I2cDev, Replay } ) {
+        if ( call.has( each ) ) {
+            served += ( count++ == 0 ? "" : " and " ) + nameOf( each );
+        }
+    }
+    if ( count == 0 ) {
         throw UsageError(
             "one of --board FILE, --i2c-dev and --replay FILE is needed: what to serve" );
     }
-    if ( options.task == Options::Task::Control && options.line.empty() ) {
-        throw UsageError( "ctl needs a command, such as 'list'" );
+    if ( count > 1 ) {
+        throw UsageError( served + " exclude each other: one thing is served" );
     }
-    return options;
+}
+
+static void judge( Call &call ) {
+    if ( call.has( Help ) || call.has( Version ) ) {
+        call.options.task = call.has( Help ) ? Options::Task::Help : Options::Task::Version;
+        return;
+    }
+    if ( call.isCtl ) {
+        judgeControl( call );
+        return;
+    }
+    if ( !call.words.empty() ) {
+        const std::string &first = call.words.front();
+        throw UsageError( first == "ctl" ? "'ctl' stands in front of all options"
+                                         : "unknown command '" + first + "'" );
+    }
+    if ( call.has( Print ) ) {
+        refuseServersOptions( call, "--print" );
+    } else {
+        judgeServed( call );
+    }
+}
+
+Options parseOptions( int argc, char **argv ) {
+    Call call = takeApart( argc, argv );
+    fillPaths( call.options );
+    judge( call );
+    return call.options;
 }
 
 } // namespace SmbusServer

@@ -3,14 +3,19 @@
 #include "SmbusServer/EntryText.h"
 #include "SmbusServer/Log.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <optional>
 #include <string_view>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
 
 namespace SmbusServer {
 
@@ -18,10 +23,19 @@ constexpr std::string_view mark = "kavra-smbusd recording 1\n";
 // A frame and its answer, 1 MiB each, and what is said about them.
 constexpr size_t longestEntry = 4 << 20;
 
+// A stream opens a folder too and then reads nothing.
+static int reasonNotToRead( const std::string &path, const std::ifstream &file ) {
+    struct stat status = {};
+    if ( !file ) {
+        return errno;
+    }
+    return stat( path.c_str(), &status ) == 0 && S_ISDIR( status.st_mode ) ? EISDIR : 0;
+}
+
 RecordingReader::RecordingReader( const std::string &path )
     : path_( path ), file_( path, std::ios::binary ) {
-    if ( !file_ ) {
-        throw RecordingError( path + ": cannot be read: " + strerror( errno ) );
+    if ( const int reason = reasonNotToRead( path, file_ ) ) {
+        throw RecordingError( path + ": cannot be read: " + strerror( reason ) );
     }
     std::string start( mark.size(), '\0' );
     if ( !file_.read( start.data(), static_cast<std::streamsize>( start.size() ) ) ||
@@ -82,25 +96,70 @@ static size_t endOfRecording( const std::string &path ) {
     return reader.goodBytes();
 }
 
-static bool writeAll( int fd, std::string_view bytes ) {
-    return write( fd, bytes.data(), bytes.size() ) == static_cast<ssize_t>( bytes.size() );
+// What a full disk has no room for is told by the call behind the one that it cut short.
+// @return 0, or why not all was written.
+static int writeAll( int fd, std::string_view bytes ) {
+    while ( !bytes.empty() ) {
+        const ssize_t count = write( fd, bytes.data(), bytes.size() );
+        if ( count < 0 && errno != EINTR ) {
+            return errno;
+        }
+        bytes.remove_prefix( static_cast<size_t>( std::max( count, ssize_t{ 0 } ) ) );
+    }
+    return 0;
+}
+
+static RecordingError cannotBeWritten( const std::string &path, int reason ) {
+    return RecordingError( path + ": cannot be written: " + strerror( reason ) );
+}
+
+// @return the file's size.
+static off_t checkOpenFile( const std::string &path, const Descriptor &file ) {
+    struct stat status = {};
+    if ( !file.valid() || fstat( file.get(), &status ) != 0 ) {
+        throw cannotBeWritten( path, errno );
+    }
+    if ( !S_ISREG( status.st_mode ) ) {
+        throw RecordingError( path + ": cannot be written: not a regular file" );
+    }
+    return status.st_size;
+}
+
+void checkRecording( const std::string &path ) {
+    const Descriptor file( open( path.c_str(), O_RDWR | O_APPEND | O_CLOEXEC ) );
+    if ( file.valid() || errno != ENOENT ) {
+        if ( checkOpenFile( path, file ) > 0 ) {
+            endOfRecording( path );
+        }
+        return;
+    }
+    const std::string folder = std::filesystem::path( path ).parent_path();
+    if ( faccessat( AT_FDCWD, folder.empty() ? "." : folder.c_str(), W_OK | X_OK, AT_EACCESS ) !=
+         0 ) {
+        throw cannotBeWritten( path, errno );
+    }
+}
+
+bool sameFile( const std::string &one, const std::string &other ) {
+    std::error_code notThere;
+    return std::filesystem::equivalent( one, other, notThere );
 }
 
 RecordingWriter::RecordingWriter( const std::string &path )
     : path_( path ), file_( open( path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0640 ) ) {
-    struct stat status = {};
-    if ( !file_.valid() || fstat( file_.get(), &status ) != 0 ) {
-        throw RecordingError( path + ": cannot be written: " + strerror( errno ) );
+    const off_t size = checkOpenFile( path, file_ );
+    // Two that append to one file would cut off each other's entries.
+    if ( flock( file_.get(), LOCK_EX | LOCK_NB ) != 0 ) {
+        throw RecordingError( path + ": cannot be written: another server records there" );
     }
-    if ( !S_ISREG( status.st_mode ) ) {
-        throw RecordingError( path + ": not a file" );
+    int reason = 0;
+    if ( size == 0 ) {
+        reason = writeAll( file_.get(), mark );
+    } else if ( ftruncate( file_.get(), static_cast<off_t>( endOfRecording( path ) ) ) != 0 ) {
+        reason = errno;
     }
-    const bool fits =
-        status.st_size == 0
-            ? writeAll( file_.get(), mark )
-            : ftruncate( file_.get(), static_cast<off_t>( endOfRecording( path ) ) ) == 0;
-    if ( !fits ) {
-        throw RecordingError( path + ": cannot be written: " + strerror( errno ) );
+    if ( reason != 0 ) {
+        throw cannotBeWritten( path, reason );
     }
 }
 
@@ -121,8 +180,7 @@ void RecordingWriter::write( const Recording::Entry &entry ) {
     buffer_ += static_cast<char>( left );
     entry.AppendToString( &buffer_ );
     const off_t end = lseek( file_.get(), 0, SEEK_END );
-    if ( !writeAll( file_.get(), buffer_ ) ) {
-        const int reason = errno;
+    if ( const int reason = writeAll( file_.get(), buffer_ ) ) {
         if ( ftruncate( file_.get(), end ) != 0 ) {
             logEvent( "%s: its last entry is not whole", path_.c_str() );
         }

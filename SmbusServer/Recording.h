@@ -58,6 +58,13 @@ class RecordingWriter {
     std::string buffer_;
 };
 
+/// Says what would go wrong with a writer; the file stays as it is, and is not made.
+/// @throw RecordingError as the writer does.
+void checkRecording( const std::string &path );
+
+/// Whether two paths are one file; false when either is not there.
+bool sameFile( const std::string &one, const std::string &other );
+
 /// Prints a recording on stdout, a line a batch; a file that was cut off is told of on stderr.
 /// @throw RecordingError
 void printRecording( const std::string &path );

@@ -15,6 +15,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <malloc.h>
 #include <memory>
 #include <optional>
@@ -76,17 +77,35 @@ static void addFaults( FaultList &faults, const std::string &script ) {
     }
 }
 
+// What is read must not grow while it is read.
+static void refuseToRecordOver( const Options &options ) {
+    if ( sameFile( options.record, options.replay ) ) {
+        throw RecordingError( options.record + ": a recording that is replayed cannot be the one "
+                                               "that is written" );
+    }
+}
+
+// At once, so that it stands in front of what is wrong with the next.
+static void tellFine( const std::string &what ) {
+    printf( "%s: fine\n", what.c_str() );
+    fflush( stdout );
+}
+
 void checkDocuments( const Options &options ) {
     newHardware( options );
     const std::string &file = options.i2cDev           ? *options.i2cDev
                               : options.replay.empty() ? options.board
                                                        : options.replay;
-    if ( !file.empty() ) {
-        printf( "%s: fine\n", file.c_str() );
-    }
+    tellFine( file.empty() ? "bus N of the master I2C is /dev/i2c-N" : file );
     if ( !options.faults.empty() ) {
-        loadFaults( options.faults );
-        printf( "%s: fine\n", options.faults.c_str() );
+        FaultList faults;
+        addFaults( faults, options.faults );
+        tellFine( options.faults );
+    }
+    if ( !options.record.empty() ) {
+        refuseToRecordOver( options );
+        checkRecording( options.record );
+        tellFine( options.record );
     }
 }
 
@@ -100,11 +119,11 @@ void serve( const Options &options ) {
     FaultLayer faulty( hardware->backend(), faults );
     std::optional<RecordLayer> record;
     if ( !options.record.empty() ) {
+        refuseToRecordOver( options );
         record.emplace( faulty, options.record );
     }
     Backend &recorded = record ? static_cast<Backend &>( *record ) : faulty;
-    MuxGuard guard( recorded, hardware->startsClosed() ? MuxGuard::AtStart::AllOff
-                                                       : MuxGuard::AtStart::Unknown );
+    MuxGuard guard( recorded, hardware->wiring() );
     Workspace workspace;
 
     const EventLoop loop = newLoop();
@@ -126,7 +145,8 @@ void serve( const Options &options ) {
                               loop.get(), std::move( client ), listener, world );
                       } );
     const StopSignals stop( loop.get(), { &clients, &control } );
-    const ReloadSignal reload( loop.get(), [&] { hardware->reload(); } );
+    const ReloadSignal reload(
+        loop.get(), [&]( std::function<void()> done ) { hardware->reload( std::move( done ) ); } );
     answerWatchdog( loop.get() );
     tellReady();
     logEvent( "listening on %s", clientPath.c_str() );

@@ -4,7 +4,8 @@
 
 namespace SmbusServer {
 
-/// Reads the documents that serve() would read and says on stdout that they are fine.
+/// Reads the documents that serve() would read, looks whether it could record, and says of each on
+/// stdout that it is fine.
 /// @throw as serve() does.
 void checkDocuments( const Options &options );
 

@@ -22,6 +22,11 @@ static Descriptor checked( int fd, const std::string &name ) {
     return taken;
 }
 
+// A unit gives one name to all its sockets: two in one unit differ by their paths alone.
+static bool isControl( const Descriptor &socket, const std::string &name ) {
+    return name == "control" || socketPath( socket.get() ).ends_with( ".ctl" );
+}
+
 HandedSockets takeHandedSockets() {
     char **names = nullptr;
     const int count = sd_listen_fds_with_names( 1, &names );
@@ -34,7 +39,7 @@ HandedSockets takeHandedSockets() {
         const std::string name = names[i];
         free( names[i] );
         Descriptor taken = checked( SD_LISTEN_FDS_START + i, name );
-        Descriptor &place = name == "control" ? sockets.control : sockets.clients;
+        Descriptor &place = isControl( taken, name ) ? sockets.control : sockets.clients;
         if ( place.valid() ) {
             problem = "two sockets were handed over where one is wanted: '" + name + "'";
         }

@@ -9,8 +9,8 @@ namespace SmbusServer {
 /// Sockets that systemd listened on before this program was started; invalid ones when there are
 /// none.
 struct HandedSockets {
-    Descriptor clients; ///< the socket unit that has no name, or any but the other's
-    Descriptor control; ///< FileDescriptorName=control
+    Descriptor clients; ///< the one that is not the other
+    Descriptor control; ///< FileDescriptorName=control, or a path that ends in .ctl
 };
 
 /// Takes them over: close-on-exec and non-blocking. The environment no longer names them.

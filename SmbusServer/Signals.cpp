@@ -13,8 +13,6 @@
 
 namespace SmbusServer {
 
-constexpr uint64_t longestStopMicroseconds = 5'000'000;
-
 static void check( int result, const char *what ) {
     if ( result < 0 ) {
         throw std::runtime_error( std::string( what ) + ": " + strerror( -result ) );
@@ -37,8 +35,9 @@ static EventSource watch( sd_event *loop, int number, sd_event_signal_handler_t 
     return EventSource( source );
 }
 
-StopSignals::StopSignals( sd_event *loop, std::vector<Listener *> listeners )
-    : loop_( loop ), listeners_( std::move( listeners ) ),
+StopSignals::StopSignals( sd_event *loop, std::vector<Listener *> listeners,
+                          std::chrono::microseconds longest )
+    : loop_( loop ), listeners_( std::move( listeners ) ), longest_( longest ),
       terminate_( watch( loop, SIGTERM, arrived, this ) ),
       interrupt_( watch( loop, SIGINT, arrived, this ) ) {}
 
@@ -55,8 +54,9 @@ void StopSignals::stop() {
     stopping_ = true;
     tellStopping();
     sd_event_source *deadline = nullptr;
-    check( sd_event_add_time_relative( loop_, &deadline, CLOCK_MONOTONIC, longestStopMicroseconds,
-                                       0, nullptr, nullptr ),
+    check( sd_event_add_time_relative( loop_, &deadline, CLOCK_MONOTONIC,
+                                       static_cast<uint64_t>( longest_.count() ), 0, nullptr,
+                                       nullptr ),
            "time limit" );
     deadline_.reset( deadline );
     for ( Listener *each : listeners_ ) {
@@ -69,18 +69,20 @@ void StopSignals::stop() {
     }
 }
 
-ReloadSignal::ReloadSignal( sd_event *loop, std::function<void()> read )
+ReloadSignal::ReloadSignal( sd_event *loop, Read read )
     : read_( std::move( read ) ), source_( watch( loop, SIGHUP, arrived, this ) ) {}
 
 int ReloadSignal::arrived( sd_event_source *, const signalfd_siginfo *, void *userdata ) {
     tellReloading();
     try {
-        static_cast<ReloadSignal *>( userdata )->read_();
-        logEvent( "the documents were read again" );
+        static_cast<ReloadSignal *>( userdata )->read_( [] {
+            logEvent( "the documents were read again" );
+            tellReady();
+        } );
     } catch ( const std::exception &error ) {
         logEvent( "%s; what was read before stays", error.what() );
+        tellReady();
     }
-    tellReady();
     return 0;
 }
 

@@ -45,7 +45,8 @@ static Cause check( const Smbus::Request &request, const Operation &operation ) 
 
 Transaction::Transaction( Backend &backend ) : backend_( backend ) {}
 
-Cause Transaction::attempt( const Operation &operation, uint32_t retries, std::string &read ) {
+inline Cause Transaction::attempt( const Operation &operation, uint32_t retries,
+                                   std::string &read ) {
     Cause cause = backend_.perform( operation, read );
     for ( uint32_t retry = 0; retry < retries && mayPass( cause ); ++retry ) {
         cause = backend_.perform( operation, read );

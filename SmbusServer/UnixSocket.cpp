@@ -54,7 +54,7 @@ ListeningSocket::ListeningSocket( const std::string &path )
     }
 }
 
-static std::string pathOf( int fd ) {
+std::string socketPath( int fd ) {
     sockaddr_un address = {};
     socklen_t size = sizeof address;
     getsockname( fd, reinterpret_cast<sockaddr *>( &address ), &size );
@@ -62,7 +62,7 @@ static std::string pathOf( int fd ) {
 }
 
 ListeningSocket::ListeningSocket( Descriptor handedOver )
-    : path_( pathOf( handedOver.get() ) ), descriptor_( std::move( handedOver ) ) {}
+    : path_( socketPath( handedOver.get() ) ), descriptor_( std::move( handedOver ) ) {}
 
 void ListeningSocket::removeStale() const {
     struct stat existing;

@@ -16,6 +16,9 @@ struct SocketError : std::runtime_error {
 /// @return an invalid descriptor with errno set when nobody listens there.
 Descriptor connectTo( const std::string &path, bool nonBlocking );
 
+/// Where a socket is bound; empty when it is nowhere.
+std::string socketPath( int fd );
+
 /// A Unix stream socket that listens, with mode 0660. A file left behind by a server that is gone
 /// is replaced, a live one never, also when several servers start at once. The file goes with the
 /// object, unless somebody has put another one in its place.

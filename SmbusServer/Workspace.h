@@ -6,8 +6,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <string>
-#include <string_view>
 
 namespace SmbusServer {
 
@@ -19,19 +17,11 @@ struct Workspace {
     Smbus::TransactionResponse response;
     Backlog backlog;
 
-    /// Makes `request` of a payload. A host that polls sends the same bytes again and again: bytes
-    /// equal to those before are not taken apart anew.
-    /// @return false when the payload is no request.
-    bool parse( std::string_view payload );
-    /// The content of `request` is gone.
-    void requestTaken() { parsed_.clear(); }
-
     /// A message keeps the room of everything that it ever held. From time to time, counted in the
     /// bytes that went through, messages that have grown large are replaced by new ones.
     void passed( size_t bytes );
 
   private:
-    std::string parsed_; // what `request` was made of; empty: not known
     size_t passed_ = 0;
 };
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 using SmbusServer::I2cAdapter;
 
@@ -33,8 +34,15 @@ constexpr CallRow calls[] = {
 
 class FakeAdapter : public I2cAdapter {
   public:
-    explicit FakeAdapter( FakeI2cKernel &kernel ) : kernel_( kernel ) {}
+    FakeAdapter( FakeI2cKernel &kernel, std::string device )
+        : kernel_( kernel ), device_( std::move( device ) ), number_( kernel.deviceNumber ) {
+        ++kernel_.adapters;
+    }
+    FakeAdapter( const FakeAdapter & ) = delete;
+    FakeAdapter &operator=( const FakeAdapter & ) = delete;
+    ~FakeAdapter() override { --kernel_.adapters; }
 
+    uint64_t deviceNumber() override { return number_; }
     int functions( unsigned long &mask ) override {
         mask = kernel_.functions;
         return 0;
@@ -52,12 +60,17 @@ class FakeAdapter : public I2cAdapter {
 
   private:
     int fault() {
-        if ( kernel_.errors.empty() ) {
-            return 0;
+        if ( kernel_.unplugAfter == 0 ) {
+            kernel_.unplug();
         }
-        const int error = kernel_.errors.front();
-        kernel_.errors.pop_front();
-        return error;
+        --kernel_.unplugAfter;
+        int error = 0;
+        if ( !kernel_.errors.empty() ) {
+            error = kernel_.errors.front();
+            kernel_.errors.pop_front();
+        }
+        const bool gone = !kernel_.plugged || number_ != kernel_.deviceNumber;
+        return gone && error == 0 ? ENODEV : error;
     }
     void put( uint8_t byte ) {
         std::array<char, 4> text;
@@ -76,15 +89,19 @@ class FakeAdapter : public I2cAdapter {
         kernel_.wires += reading ? "r" : "w";
         count( static_cast<uint8_t>( chip << 1 | ( reading ? 1 : 0 ) ) );
         const auto found = kernel_.chips.find( chip );
-        return found == kernel_.chips.end() ? nullptr : &found->second;
+        const bool here = kernel_.chipsAt.empty() || kernel_.chipsAt == device_;
+        return found == kernel_.chips.end() || !here ? nullptr : &found->second;
     }
     int write( FakeI2cChip *chip, Bytes bytes ) {
         if ( chip == nullptr ) {
-            return ENXIO;
+            return kernel_.absentError != 0 ? kernel_.absentError : ENXIO;
         }
         for ( const uint8_t byte : bytes ) {
             put( byte );
             count( byte );
+        }
+        if ( chip->takesNoZero && bytes == Bytes{ 0 } ) {
+            return ENXIO;
         }
         if ( chip->checksCodes && code_ != 0 ) {
             return EREMOTEIO;
@@ -97,7 +114,7 @@ class FakeAdapter : public I2cAdapter {
     }
     int read( FakeI2cChip *chip, std::span<uint8_t> bytes ) {
         if ( chip == nullptr ) {
-            return ENXIO;
+            return kernel_.absentError != 0 ? kernel_.absentError : ENXIO;
         }
         for ( size_t i = 0; i < bytes.size(); ++i ) {
             const bool isCode = i == chip->codeBehind;
@@ -112,6 +129,8 @@ class FakeAdapter : public I2cAdapter {
     int readBlock( uint8_t command, i2c_smbus_data &data );
 
     FakeI2cKernel &kernel_;
+    std::string device_;
+    uint64_t number_;
     uint8_t address_ = 0;
     bool pec_ = false;
     uint8_t code_ = 0; // of the bytes since the start
@@ -230,8 +249,9 @@ int FakeAdapter::smbus( uint8_t readWrite, uint8_t command, int size, i2c_smbus_
 
 int FakeI2cKernel::open( const std::string &device, std::unique_ptr<I2cAdapter> &adapter ) {
     opened.push_back( device );
-    if ( openError == 0 ) {
-        adapter = std::make_unique<FakeAdapter>( *this );
+    const int error = plugged ? openError : ENOENT;
+    if ( error == 0 ) {
+        adapter = std::make_unique<FakeAdapter>( *this, device );
     }
-    return openError;
+    return error;
 }

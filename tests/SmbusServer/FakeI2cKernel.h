@@ -19,6 +19,7 @@ struct FakeI2cChip {
     bool checksCodes = false;     ///< expects a packet error code behind a write
     size_t codeBehind = SIZE_MAX; ///< bytes read before it gives a packet error code
     bool codeIsWrong = false;
+    bool takesNoZero = false; ///< a mux that does not let go
 };
 
 /// The kernel as a program sees it through i2c-dev: one adapter with chips, and its rules. What
@@ -29,12 +30,25 @@ class FakeI2cKernel : public SmbusServer::I2cKernel {
     int open( const std::string &device,
               std::unique_ptr<SmbusServer::I2cAdapter> &adapter ) override;
 
+    /// The adapter leaves, and comes back as another one that has the same chips behind it.
+    void unplug() { plugged = false; }
+    void plug() {
+        plugged = true;
+        ++deviceNumber;
+    }
+
     unsigned long functions = 0;
     std::map<uint8_t, FakeI2cChip> chips;
     std::set<uint8_t> held; ///< addresses that a driver of the kernel has
+    int absentError = 0;    ///< of a transfer to nobody; 0: ENXIO
     int openError = 0;
     std::deque<int> errors; ///< of the next transfers; they reach nobody
+    std::string chipsAt;    ///< the device that the chips are on; empty: on each
     std::string wires;
+    bool plugged = true;
+    int unplugAfter = -1; ///< so many transfers; negative: never
+    uint64_t deviceNumber = 1;
+    int adapters = 0;                ///< that are open now
     std::vector<std::string> opened; ///< device files, in order
     int transfers = 0;               ///< I2C_RDWR calls
     int smbusCalls = 0;

@@ -1,6 +1,7 @@
 #include "SmbusServer/I2cDevBackend.h"
 
 #include "SmbusServer/FailureText.h"
+#include "SmbusServer/MuxGuard.h"
 #include "SmbusServer/Transaction.h"
 #include "tests/SmbusServer/FakeI2cKernel.h"
 #include "tests/support/Requests.h"
@@ -23,7 +24,7 @@ class I2cDevBackendTest : public testing::Test {
 
     /// The answer's error; empty when there is none.
     std::string errorOf( const Smbus::Request &request ) {
-        Transaction( backend ).perform( batch( { request } ), response );
+        Transaction( guard ).perform( batch( { request } ), response );
         return response.error();
     }
     /// The cause of a failure with this errno, tried once.
@@ -31,13 +32,14 @@ class I2cDevBackendTest : public testing::Test {
         kernel.errors = { error };
         Smbus::TransactionRequest once = batch( { request } );
         once.set_retries( 0 );
-        Transaction( backend ).perform( once, response );
+        Transaction( guard ).perform( once, response );
         const std::string &text = response.error();
         return text.substr( text.find( ": " ) + 2 );
     }
 
     FakeI2cKernel kernel;
     I2cDevBackend backend{ kernel, I2cDevMap() };
+    MuxGuard guard{ backend, backend }; // which opens the adapters
     Smbus::TransactionResponse response;
 };
 
@@ -49,10 +51,23 @@ TEST_F( I2cDevBackendTest, ReadsFromTheDeviceOfTheBus ) {
     EXPECT_EQ( std::vector<std::string>{ "/dev/i2c-5" }, kernel.opened );
 }
 
-TEST_F( I2cDevBackendTest, DeviceIsOpenedOnce ) {
+TEST_F( I2cDevBackendTest, DeviceStaysOpenOnce ) {
     errorOf( readBytes( 0x48, 0, 1 ) );
+    EXPECT_EQ( 1, kernel.adapters );
+    kernel.errors = { ENXIO, EIO };
     errorOf( readBytes( 0x48, 0, 1 ) );
-    EXPECT_EQ( 1u, kernel.opened.size() );
+    EXPECT_EQ( 1, kernel.adapters );
+}
+
+TEST_F( I2cDevBackendTest, NumberOfAnOpeningChangesWhenTheControllerHasBeenAway ) {
+    const BusName bus = { .master = Smbus::I2C };
+    const uint64_t first = backend.open( bus );
+    EXPECT_NE( 0u, first );
+    EXPECT_EQ( first, backend.open( bus ) );
+    kernel.unplug();
+    EXPECT_EQ( 0u, backend.open( bus ) );
+    kernel.plug();
+    EXPECT_LT( first, backend.open( bus ) );
 }
 
 TEST_F( I2cDevBackendTest, ErrorsOfTheWiresAreToldApart ) {
@@ -67,6 +82,7 @@ TEST_F( I2cDevBackendTest, ErrorsOfTheWiresAreToldApart ) {
     EXPECT_EQ( "the controller reports an error", causeOf( EIO ) );
     kernel.functions |= I2C_FUNC_SMBUS_BLOCK_DATA;
     I2cDevBackend again( kernel, I2cDevMap() );
+    again.open( { .master = Smbus::I2C } );
     kernel.errors = { EPROTO };
     std::string read;
     EXPECT_EQ(
@@ -114,11 +130,40 @@ TEST_F( I2cDevBackendTest, MissingControllerIsTriedOnceAndWorksWhenItComes ) {
     EXPECT_EQ( "", errorOf( readBytes( 0x48, 0, 1 ) ) );
 }
 
-TEST_F( I2cDevBackendTest, ControllerThatLeftIsOpenedAgain ) {
+TEST_F( I2cDevBackendTest, ControllerThatWasReplacedIsOpenedForTheNextBatch ) {
     errorOf( readBytes( 0x48, 0, 1 ) );
-    kernel.errors = { ENODEV };
+    kernel.unplug();
+    kernel.plug();
     EXPECT_EQ( "", errorOf( readBytes( 0x48, 0, 1 ) ) );
-    EXPECT_EQ( 2u, kernel.opened.size() );
+    EXPECT_EQ( 1, kernel.adapters );
+}
+
+TEST_F( I2cDevBackendTest, ControllerThatLeavesInMidBatchIsClosedAtOnceWhateverTheErrno ) {
+    for ( const int error : { ENODEV, EIO, EPROTO, EREMOTEIO, ETIMEDOUT, ESHUTDOWN } ) {
+        kernel.plug();
+        errorOf( readBytes( 0x48, 0, 1 ) );
+        kernel.errors = { error };
+        backend.open( { .master = Smbus::I2C } );
+        kernel.plugged = false;
+        const int before = kernel.smbusCalls;
+        std::string read;
+        EXPECT_EQ( Cause::NoController,
+                   backend.perform( decode( readBytes( 0x48, 0, 1 ) ), read ) );
+        EXPECT_EQ( 0, kernel.adapters );
+        kernel.plug(); // too late for what has begun
+        EXPECT_EQ( Cause::NoController,
+                   backend.perform( decode( readBytes( 0x48, 0, 1 ) ), read ) );
+        EXPECT_EQ( before + 1, kernel.smbusCalls );
+        kernel.errors.clear();
+    }
+}
+
+TEST_F( I2cDevBackendTest, AbsentChipIsNoControllerThatLeft ) {
+    kernel.absentError = ENODEV;
+    EXPECT_EQ( "bus 0 chip 0x20 reg 0x00: no such device", errorOf( readBytes( 0x20, 0, 1 ) ) );
+    const uint64_t opening = backend.open( { .master = Smbus::I2C } );
+    errorOf( readBytes( 0x20, 0, 1 ) );
+    EXPECT_EQ( opening, backend.open( { .master = Smbus::I2C } ) );
 }
 
 TEST_F( I2cDevBackendTest, BusThatTheMapLacksIsUnknown ) {
@@ -130,9 +175,11 @@ TEST_F( I2cDevBackendTest, BusThatTheMapLacksIsUnknown ) {
 }
 
 TEST_F( I2cDevBackendTest, NewMapHolds ) {
-    backend.mapIs( I2cDevMap( { { { .master = Smbus::I2C }, "/dev/i2c-9" } } ) );
     errorOf( readBytes( 0x48, 0, 1 ) );
-    EXPECT_EQ( std::vector<std::string>{ "/dev/i2c-9" }, kernel.opened );
+    backend.mapIs( I2cDevMap( { { { .master = Smbus::I2C }, { "/dev/i2c-9" } } } ) );
+    EXPECT_EQ( 0, kernel.adapters );
+    errorOf( readBytes( 0x48, 0, 1 ) );
+    EXPECT_EQ( "/dev/i2c-9", kernel.opened.back() );
 }
 
 } // namespace

@@ -3,7 +3,9 @@
 #include "EmulatedBoard/DocumentReader.h"
 
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <sstream>
 #include <unistd.h>
 
 using namespace SmbusServer;
@@ -67,9 +69,56 @@ TEST( I2cDevMapTest, BussesOfOneDeviceShareALane ) {
 TEST( I2cDevMapTest, LinkSharesTheLaneOfItsDevice ) {
     const std::string link = testing::TempDir() + "i2c-link-" + std::to_string( getpid() );
     std::filesystem::create_symlink( "/dev/null", link );
-    const I2cDevMap map( { { first, "/dev/null" }, { second, link } } );
+    const I2cDevMap map( { { first, { "/dev/null" } }, { second, { link } } } );
     EXPECT_EQ( map.laneOf( first ), map.laneOf( second ) );
+    EXPECT_EQ( "/dev/null", map.wiresOf( second ) );
     std::filesystem::remove( link );
+}
+
+TEST( I2cDevMapTest, RootMuxesAreThoseOfAllNamesOfTheWires ) {
+    const I2cDevMap map = parseI2cDevMap( R"({ "busses": [
+        { "master": "I2C", "bus": 0, "device": "/dev/i2c-3", "muxes": [ "0x70", 113 ] },
+        { "master": "I2C", "bus": 1, "device": "/dev/i2c-3", "muxes": [ "0x72" ] },
+        { "master": "I2C", "bus": 2, "device": "/dev/i2c-4", "muxes": [] } ] })",
+                                          "map.json" );
+    const std::vector<uint8_t> shared = { 0x70, 0x71, 0x72 };
+    EXPECT_EQ( shared, map.rootMuxesOf( { .master = Smbus::I2C } ) );
+    EXPECT_EQ( shared, map.rootMuxesOf( { .master = Smbus::I2C, .bus = 1 } ) );
+    EXPECT_TRUE( map.rootMuxesOf( { .master = Smbus::I2C, .bus = 2 } ).empty() );
+    EXPECT_TRUE( map.rootMuxesOf( { .master = Smbus::I2C, .bus = 3 } ).empty() );
+    EXPECT_TRUE( I2cDevMap().rootMuxesOf( { .master = Smbus::I2C } ).empty() );
+}
+
+TEST( I2cDevMapTest, WrongMuxesArePointedAt ) {
+    const auto errorWith = []( const std::string &muxes ) {
+        return errorOf( R"({ "busses": [
+{ "master": "I2C", "bus": 1, "device": "/dev/a",
+  "muxes": )" + muxes + " } ] }" );
+    };
+    const std::string entry = "each entry of 'muxes' must be a whole number from 3 to 119 "
+                              "(0x03 to 0x77)";
+    EXPECT_EQ( "map.json:3:12: 'muxes' must be an array of addresses", errorWith( "\"0x70\"" ) );
+    EXPECT_EQ( "map.json:3:14: " + entry, errorWith( "[ 2 ]" ) );
+    EXPECT_EQ( "map.json:3:17: " + entry, errorWith( "[ 3, \"0x78\" ]" ) );
+    EXPECT_EQ( "map.json:3:14: " + entry, errorWith( "[ \"left\" ]" ) );
+    EXPECT_EQ( "map.json:3:22: 'muxes' names 0x70 twice", errorWith( "[ \"0x70\", 112 ]" ) );
+    EXPECT_EQ( "map.json:3:3: unknown key 'mux'; known are master, pci, accelerator, bus, device, "
+               "muxes",
+               errorOf( "{ \"busses\": [\n{ \"master\": \"I2C\", \"bus\": 1, \"device\": "
+                        "\"/dev/a\",\n  \"mux\": [] } ] }" ) );
+}
+
+TEST( I2cDevMapTest, ExampleOfThePageIsRight ) {
+    std::ostringstream text;
+    text << std::ifstream( SOURCE_DIR "/docs/formats/i2c-map.md" ).rdbuf();
+    const std::string page = text.str();
+    const std::string mark = "```json\n";
+    const size_t start = page.find( mark ) + mark.size();
+    const I2cDevMap map =
+        parseI2cDevMap( page.substr( start, page.find( "```", start ) - start ), "page" );
+    EXPECT_EQ( "/dev/i2c-3", map.deviceOf( { .master = Smbus::SCD, .pci = 768 } ) );
+    EXPECT_EQ( ( std::vector<uint8_t>{ 0x70, 0x71 } ),
+               map.rootMuxesOf( { .master = Smbus::SCD, .pci = 768, .bus = 1 } ) );
 }
 
 TEST( I2cDevMapTest, WrongDocumentsArePointedAt ) {

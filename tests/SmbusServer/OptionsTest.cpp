@@ -65,6 +65,7 @@ TEST_F( OptionsTest, CtlJoinsItsWords ) {
 TEST_F( OptionsTest, HelpAndVersionNeedNothingElse ) {
     EXPECT_EQ( Options::Task::Help, parse( { "--help" } ).task );
     EXPECT_EQ( Options::Task::Help, parse( { "ctl", "--help" } ).task );
+    EXPECT_EQ( Options::Task::Help, parse( { "--help", "--check-config" } ).task );
     EXPECT_EQ( Options::Task::Version, parse( { "--version" } ).task );
 }
 
@@ -96,8 +97,28 @@ TEST_F( OptionsTest, I2cDevTakesAFileOrNone ) {
     EXPECT_TRUE( options.verbose );
 }
 
-TEST_F( OptionsTest, BoardAndI2cDevAreTwoThingsToServe ) {
-    EXPECT_NE( "", errorOf( { "--board", "b", "--i2c-dev" } ) );
+TEST_F( OptionsTest, OneThingIsServed ) {
+    EXPECT_EQ( "--board and --i2c-dev exclude each other: one thing is served",
+               errorOf( { "--board", "b", "--i2c-dev", "m.json" } ) );
+    EXPECT_EQ( "--board and --i2c-dev and --replay exclude each other: one thing is served",
+               errorOf( { "--replay", "r", "--i2c-dev", "--board", "b" } ) );
+}
+
+TEST_F( OptionsTest, EmptyValueIsNoValue ) {
+    EXPECT_EQ( "option '--board' needs a value", errorOf( { "--board=" } ) );
+    EXPECT_EQ( "option '--i2c-dev' needs a value", errorOf( { "--i2c-dev=" } ) );
+    EXPECT_EQ( "option '--socket' needs a value", errorOf( { "--board", "b", "--socket", "" } ) );
+}
+
+TEST_F( OptionsTest, OptionsThatMeanNothingAreRefused ) {
+    EXPECT_EQ( "option '--board' means nothing beside ctl",
+               errorOf( { "ctl", "--board", "b", "list" } ) );
+    EXPECT_EQ( "option '--print' means nothing beside ctl", errorOf( { "ctl", "--print", "r" } ) );
+    EXPECT_EQ( "option '--record' means nothing beside --print",
+               errorOf( { "--print", "r", "--record", "s" } ) );
+    EXPECT_EQ( "unknown command 'more'", errorOf( { "--print", "r", "more" } ) );
+    EXPECT_EQ( "'ctl' stands in front of all options",
+               errorOf( { "--socket", "s", "ctl", "list" } ) );
 }
 
 TEST_F( OptionsTest, HelpShowsEveryOption ) {

@@ -48,8 +48,12 @@ std::string RawClient::receive( size_t count ) {
     size_t there = 0;
     while ( there < count ) {
         const ssize_t part = recv( fd_, bytes.data() + there, count - there, 0 );
-        if ( part < 0 && errno == EAGAIN ) {
-            ADD_FAILURE() << "the server says nothing";
+        // A process that is stopped and continued: a call with a time limit does not go on.
+        if ( part < 0 && errno == EINTR ) {
+            continue;
+        }
+        if ( part < 0 && errno != ECONNRESET ) {
+            ADD_FAILURE() << "the server says nothing: " << strerror( errno );
         }
         if ( part <= 0 ) {
             break;
@@ -81,8 +85,12 @@ std::optional<Smbus::TransactionResponse> RawClient::answer() {
     for ( const char byte : header ) {
         length = length << 8 | static_cast<unsigned char>( byte );
     }
+    const std::string payload = receive( length );
+    if ( payload.size() < length ) {
+        return std::nullopt;
+    }
     Smbus::TransactionResponse message;
-    EXPECT_TRUE( message.ParseFromString( receive( length ) ) );
+    EXPECT_TRUE( message.ParseFromString( payload ) );
     return message;
 }
 

@@ -24,7 +24,7 @@ class RawClient {
     std::string receive( size_t count );
     /// Up to and with the line end.
     std::string receiveLine();
-    /// The next frame's message; nothing when the server hangs up.
+    /// The next frame's message; nothing when the server hangs up before its end.
     std::optional<Smbus::TransactionResponse> answer();
     std::optional<Smbus::TransactionResponse> ask( const Smbus::TransactionRequest &request );
     bool hungUp() { return receive( 1 ).empty(); }

@@ -1,15 +1,15 @@
 #include "tests/SmbusServer/RawClient.h"
+#include "tests/SmbusServer/Service.h"
+#include "tests/SmbusServer/TemporaryFile.h"
 #include "tests/support/RunProgram.h"
 #include "tests/support/ServerProcess.h"
 
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
@@ -18,8 +18,8 @@
 
 namespace fs = std::filesystem;
 
-static const std::string program = BINARY_DIR "/bin/kavra-smbusd";
-static const std::string board = SOURCE_DIR "/boards/VundaT/emulation.json";
+using Service::program;
+static const std::string &board = Service::boardFile;
 
 class StartStopTest : public testing::Test {
   protected:
@@ -101,27 +101,29 @@ TEST_F( StartStopTest, SocketThatSomebodyElsePutThereStays ) {
     EXPECT_TRUE( fs::exists( server.socketPath() ) );
 }
 
-TEST_F( StartStopTest, NoSocketIsInheritedByAProgramThatItWouldStart ) {
+TEST( DescriptorsTest, NoneIsInheritedByAProgramThatItWouldStart ) {
+    const TemporaryFile recording;
+    ServerProcess server( {}, { "--record", recording.path() } );
     const RawClient connected( server.socketPath() );
     RawClient control( server.controlPath() );
     control.send( "list\n" );
     control.receiveLine(); // both clients have been accepted
-    unsigned checked = 0;
-    const fs::path process = "/proc/" + std::to_string( server.pid() );
-    for ( const auto &entry : fs::directory_iterator( process / "fd" ) ) {
+    int recordings = 0;
+    int sockets = 0;
+    const fs::path descriptors = "/proc/" + std::to_string( server.pid() ) + "/fd";
+    for ( const auto &entry : fs::directory_iterator( descriptors ) ) {
         const fs::path fd = entry.path().filename();
+        const std::string file = fs::read_symlink( entry );
         std::error_code none;
-        if ( fs::read_symlink( entry ) == fs::read_symlink( "/proc/self/fd" / fd, none ) ||
-             fd == "2" ) {
+        if ( file == fs::read_symlink( "/proc/self/fd" / fd, none ) || fd == "2" ) {
             continue; // ours, or from whoever started this test
         }
-        std::ifstream info( process / "fdinfo" / fd );
-        const std::string text( std::istreambuf_iterator<char>( info ), {} );
-        const std::string octal = text.substr( text.find( "flags:" ) + 6 );
-        EXPECT_NE( 0u, std::stoul( octal, nullptr, 8 ) & O_CLOEXEC ) << "descriptor " << fd;
-        ++checked;
+        EXPECT_TRUE( Service::closesOnExec( server.pid(), std::stoi( fd ) ) ) << file;
+        recordings += file == recording.path() ? 1 : 0;
+        sockets += file.starts_with( "socket:" ) ? 1 : 0;
     }
-    EXPECT_GE( checked, 5u );
+    EXPECT_EQ( 1, recordings );
+    EXPECT_EQ( 4, sockets ); // two that listen, two of clients
 }
 
 /// Calls that end at once.

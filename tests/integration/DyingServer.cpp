@@ -3,9 +3,8 @@
 
 #include "tests/integration/DyingServer.h"
 
-#include "EmulatedBoard/Document.h"
 #include "SmbusServer/Connection.h"
-#include "SmbusServer/EmulatedBackend.h"
+#include "SmbusServer/MuxGuard.h"
 #include "SmbusServer/UnixSocket.h"
 
 #include <algorithm>
@@ -48,7 +47,7 @@ class DyingBackend : public Backend {
     explicit DyingBackend( Backend &below ) : below_( below ) {}
 
     Cause perform( const Operation &operation, std::string &read ) override {
-        ++count_;
+        ++plan.shared->operations;
         dieIf( Moment::BeforeOperation );
         const Cause cause = below_.perform( operation, read );
         if ( cause == Cause::None && operation.type == Smbus::WRITE && !operation.isSendByte() ) {
@@ -64,13 +63,19 @@ class DyingBackend : public Backend {
 
   private:
     void dieIf( Moment moment ) const {
-        if ( plan.moment == moment && plan.at == count_ ) {
+        if ( plan.moment == moment && plan.at == plan.shared->operations ) {
             die();
         }
     }
 
     Backend &below_;
-    size_t count_ = 0;
+};
+
+/// Wires that others have used before.
+class UsedWiring : public PrivateWiring {
+  public:
+    bool startsOff() const override { return false; }
+    std::vector<uint8_t> rootMuxesOf( const BusName & ) const override { return { 0x70, 0x72 }; }
 };
 
 constexpr const char *boardDocument = R"({ "busses": [ { "master": "I2C", "bus": 3, "chips": [
@@ -79,13 +84,18 @@ constexpr const char *boardDocument = R"({ "busses": [ { "master": "I2C", "bus":
             { "name": "inner", "type": "PCA9548", "address": "0x71", "channels": [
                 { "channel": 3, "chips": [
                     { "name": "sensor", "type": "LM75", "address": "0x48",
-                      "set": { "temperature": 24.5 } } ] } ] } ] } ] } ] } ] })";
+                      "set": { "temperature": 24.5 } } ] } ] } ] } ] },
+    { "name": "other", "type": "PCA9548", "address": "0x72", "channels": [
+        { "channel": 0, "chips": [
+            { "name": "decoy", "type": "LM75", "address": "0x48",
+              "set": { "temperature": 97 } } ] } ] } ] } ] })";
 
-[[noreturn]] void serve( ListeningSocket socket ) {
-    EmulatedBoard::Board board = EmulatedBoard::parseBoard( boardDocument, "board" );
-    EmulatedBackend emulated( board );
-    DyingBackend backend( emulated );
-    DirectPerformer performer( backend );
+[[noreturn]] void serve( ListeningSocket socket, const std::string &boardPath ) {
+    RemoteBoard board( boardPath );
+    DyingBackend backend( board );
+    UsedWiring wiring;
+    MuxGuard guard( backend, wiring );
+    DirectPerformer performer( guard );
     Workspace workspace;
     sd_event *loop = nullptr;
     sd_event_new( &loop );
@@ -130,7 +140,7 @@ extern "C" ssize_t send( int fd, const void *bytes, size_t size, int flags ) {
     return count;
 }
 
-DyingServer::DyingServer() {
+DyingServer::DyingServer() : board_( boardDocument ) {
     std::string folder = std::filesystem::temp_directory_path() / "smbusd-XXXXXX";
     void *memory = mmap( nullptr, sizeof( Shared ), PROT_READ | PROT_WRITE,
                          MAP_SHARED | MAP_ANONYMOUS, -1, 0 );
@@ -167,12 +177,13 @@ static Descriptor listenAt( const std::string &path ) {
 void DyingServer::start( Moment moment, size_t at ) {
     shared_->received = 0;
     shared_->sent = 0;
+    shared_->operations = 0;
     Descriptor listener = listenAt( path_ );
     pid_ = fork();
     if ( pid_ == 0 ) {
         prctl( PR_SET_PDEATHSIG, SIGKILL );
         plan = { shared_, moment, at };
-        serve( ListeningSocket( std::move( listener ) ) );
+        serve( ListeningSocket( std::move( listener ) ), board_.path() );
     }
 }
 

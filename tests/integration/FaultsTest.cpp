@@ -40,6 +40,8 @@ constexpr const char *nack = "execute: failure in response accelerator 0 bus 1 m
 constexpr const char *timeOut = "execute: failure in response accelerator 0 bus 1 mux 0x70=01 chip "
                                 "0x48 reg 0x00: time-out";
 
+constexpr const char *tooSlow = "server slow 60000";
+
 constexpr Case cases[] = {
     { "NackForEver", "bus 1 chip 0x48 nack", PL_STATUS_FAILED, nack },
     { "NackOnce", "bus 1 chip 0x48 nack count 1", PL_STATUS_OK, nullptr },
@@ -56,8 +58,7 @@ constexpr Case cases[] = {
       "execute: error. 104, Connection reset by peer" },
     { "HangUpAfterTheAnswer", "server hang-up-after", PL_STATUS_OK, nullptr },
     { "SlowServer", "server slow 50", PL_STATUS_OK, nullptr },
-    { "ServerTooSlow", "server slow 60000", PL_STATUS_IO_ERROR,
-      "execute: error. 110, Connection timed out" },
+    { "ServerTooSlow", tooSlow, PL_STATUS_IO_ERROR, "execute: error. 110, Connection timed out" },
     { "NoResponses", "server responses 0", PL_STATUS_FAILED,
       "execute: invalid number of response entries; expected 3, got 0" },
     { "TooManyResponses", "server responses 4", PL_STATUS_FAILED,
@@ -73,7 +74,10 @@ class FaultCaseTest : public FaultsTest, public testing::WithParamInterface<Case
 } // namespace
 
 TEST_P( FaultCaseTest, HasItsStatusAndTheNextBatchIsRight ) {
-    _plSock->answerLimit = std::chrono::milliseconds( 500 );
+    const auto usualLimit = _plSock->answerLimit;
+    if ( GetParam().line == tooSlow ) {
+        _plSock->answerLimit = std::chrono::milliseconds( 500 );
+    }
     fault( GetParam().line );
     host().lines.clear();
     EXPECT_EQ( GetParam().status, statusOf( left ) );
@@ -82,6 +86,7 @@ TEST_P( FaultCaseTest, HasItsStatusAndTheNextBatchIsRight ) {
             << testing::PrintToString( host().lines );
     }
     clear();
+    _plSock->answerLimit = usualLimit;
     expectBothSensorsRight();
 }
 

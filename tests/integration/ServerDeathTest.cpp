@@ -17,10 +17,12 @@ constexpr unsigned configuration = 1;
 constexpr unsigned limit = 3;
 
 constexpr const char *topology = R"([{"type":"I2C","ham":"KavraSmbus","id":3,
-    "devices":[{"did":100,"driver":"PCA9548","address":{"address":112}}],
+    "devices":[{"did":100,"driver":"PCA9548","address":{"address":112}},
+               {"did":102,"driver":"PCA9548","address":{"address":114}}],
     "muxes":[{"did":100,"busses":[{"id":1,
         "devices":[{"did":101,"driver":"PCA9548","address":{"address":113}}],
-        "muxes":[{"did":101,"busses":[{"id":8,"devices":[{"did":1}]}]}]}]}]}])";
+        "muxes":[{"did":101,"busses":[{"id":8,"devices":[{"did":1}]}]}]}]},
+        {"did":102,"busses":[{"id":1,"devices":[{"did":2}]}]}]}])";
 
 class ServerDeathTest : public LibraryFixture {
   protected:
@@ -28,12 +30,17 @@ class ServerDeathTest : public LibraryFixture {
         server_.start();
         connect();
         loadTopology( topology );
+        ham_ = newSensor( 1 );
+        other_ = newSensor( 2 );
+    }
+
+    static Ham::KavraSmbusHam *newSensor( unsigned did ) {
         Drivers::DriverArgs args;
-        args.did = 1;
+        args.did = did;
         args.uid = Drivers::DriverArgs::noComponent;
         args.address.address = 0x48;
         args.address.addrSize = 1;
-        ham_ = dynamic_cast<Ham::KavraSmbusHam *>( ::Ham::createHam( args ) );
+        return dynamic_cast<Ham::KavraSmbusHam *>( ::Ham::createHam( args ) );
     }
 
     /// Eight requests: two selects, two writes, two reads, two deselects.
@@ -54,6 +61,13 @@ class ServerDeathTest : public LibraryFixture {
         EXPECT_EQ( 0x8018, ham_->get16( temperature_ ) ); // 24.5 °C, high byte first
         EXPECT_EQ( 1u, server_.writes( configuration ) );
         EXPECT_EQ( 1u, server_.writes( limit ) );
+    }
+
+    /// The chip of the same address behind another mux answers, and nobody beside it.
+    void expectOtherRight() {
+        uint16_t temperature = 0;
+        ASSERT_EQ( 0, other_->read16( 0, &temperature ) );
+        EXPECT_EQ( 0x0061, temperature ); // 97 °C, high byte first
     }
 
     /// One death, and the life after it.
@@ -85,6 +99,7 @@ class ServerDeathTest : public LibraryFixture {
 
   private:
     Ham::KavraSmbusHam *ham_ = nullptr;
+    Ham::KavraSmbusHam *other_ = nullptr;
     ::Ham::ResponseId configuration_ = 0;
     ::Ham::ResponseId temperature_ = 0;
 };
@@ -115,12 +130,35 @@ TEST_F( ServerDeathTest, BehindAWholeResponse ) {
     expectRight();
 }
 
+// Those with which the server clears the muxes before the batch too.
 TEST_F( ServerDeathTest, BeforeAndAfterEachBusRequest ) {
-    constexpr size_t requests = 8;
-    for ( size_t number = 1; number <= requests; ++number ) {
+    measure();
+    const size_t requests = server_.operations();
+    ASSERT_GT( requests, 8u );
+    for ( size_t number = 1; number <= requests && !HasFailure(); ++number ) {
         dieAt( Moment::BeforeOperation, number );
         dieAt( Moment::AfterOperation, number );
     }
+}
+
+TEST_F( ServerDeathTest, NextBatchReadsItsOwnChipWhereverTheServerDied ) {
+    measure();
+    const size_t requests = server_.operations();
+    size_t leftOn = 0;
+    for ( size_t number = 1; number <= requests && !HasFailure(); ++number ) {
+        SCOPED_TRACE( "at " + std::to_string( number ) );
+        server_.stop();
+        server_.start( Moment::AfterOperation, number );
+        EXPECT_EQ( 4, batch() );
+        EXPECT_TRUE( server_.hasDied() );
+        leftOn += server_.channels( "outer" ) == "0x01" ? 1U : 0U;
+        server_.start();
+        expectOtherRight();
+        EXPECT_EQ( "0x00", server_.channels( "outer" ) );
+        expectRight();
+        EXPECT_EQ( "0x00", server_.channels( "inner" ) );
+    }
+    EXPECT_GE( leftOn, 6u ); // behind each request but the last of the batch
 }
 
 } // namespace

@@ -34,10 +34,11 @@ static bool servesSomethingElse( const std::vector<std::string> &arguments ) {
     } );
 }
 
-ServerProcess::ServerProcess( std::string board, std::vector<std::string> arguments )
+ServerProcess::ServerProcess( std::string board, std::vector<std::string> arguments,
+                              std::string program )
     : board_( std::move( board ) ), arguments_( std::move( arguments ) ),
-      folder_( privateFolder() ), socketPath_( folder_ + "/smbusd.sock" ),
-      controlPath_( socketPath_ + ".ctl" ) {
+      program_( program.empty() ? KAVRA_SMBUSD : std::move( program ) ), folder_( privateFolder() ),
+      socketPath_( folder_ + "/smbusd.sock" ), controlPath_( socketPath_ + ".ctl" ) {
     if ( board_.empty() ) {
         board_ = SOURCE_DIR "/boards/VundaT/emulation.json";
     }
@@ -95,7 +96,7 @@ void ServerProcess::start() {
     if ( pipe2( log.data(), O_CLOEXEC ) != 0 ) {
         throw std::runtime_error( std::string( "pipe: " ) + strerror( errno ) );
     }
-    std::vector<std::string> command = { KAVRA_SMBUSD, "--socket", socketPath_, "--control",
+    std::vector<std::string> command = { program_, "--socket", socketPath_, "--control",
                                          controlPath_ };
     if ( !servesSomethingElse( arguments_ ) ) {
         command.insert( command.end(), { "--board", board_ } );
@@ -214,6 +215,9 @@ std::string ServerProcess::control( std::string_view line ) {
     while ( !answerEnded( answer ) ) {
         std::array<char, 4096> buffer;
         const ssize_t count = recv( fd, buffer.data(), buffer.size(), 0 );
+        if ( count < 0 && errno == EINTR ) {
+            continue; // stopped and continued
+        }
         if ( count <= 0 ) {
             answer = "error: no answer\n";
             break;

@@ -26,7 +26,9 @@ class ServerProcess {
     /// @param board path of the emulation document; empty: the one of boards/VundaT.
     /// @param arguments put behind --socket, --control and --board; --replay and --i2c-dev take
     ///                  the place of the board.
-    explicit ServerProcess( std::string board = {}, std::vector<std::string> arguments = {} );
+    /// @param program to run in place of the installed one.
+    explicit ServerProcess( std::string board = {}, std::vector<std::string> arguments = {},
+                            std::string program = {} );
     ServerProcess( const ServerProcess & ) = delete;
     ServerProcess &operator=( const ServerProcess & ) = delete;
     /// Stops the server, removes the folder and puts SMBUSD_SOCKET back.
@@ -67,6 +69,7 @@ class ServerProcess {
 
     std::string board_;
     std::vector<std::string> arguments_;
+    std::string program_;
     std::string folder_;
     std::string socketPath_;
     std::string controlPath_;
