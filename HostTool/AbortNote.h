@@ -1,6 +1,7 @@
 #pragma once
 
-#include <string>
+#include <initializer_list>
+#include <string_view>
 
 namespace HostTool {
 
@@ -9,7 +10,13 @@ namespace HostTool {
 /// process ends by SIGABRT as it would have. One note holds at a time; it ends with its object.
 class AbortNote {
   public:
-    explicit AbortNote( const std::string &doing );
+    /// What an abort runs before the note is written, for a terminal that must be given back; null
+    /// for nothing. It runs in a signal handler.
+    static void prelude( void ( *run )() );
+
+    explicit AbortNote( std::string_view doing ) : AbortNote( { doing } ) {}
+    /// What is being done, in pieces.
+    explicit AbortNote( std::initializer_list<std::string_view> doing );
     ~AbortNote();
 
     AbortNote( const AbortNote & ) = delete;

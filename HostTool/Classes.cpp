@@ -1,12 +1,14 @@
 #include "HostTool/Classes.h"
 
 #include "HostTool/HostServices.h"
+#include "HostTool/Provides.h"
 #include "HostTool/SlotText.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <string_view>
 
 namespace HostTool {
@@ -15,17 +17,17 @@ namespace {
 
 using Readings = std::vector<Reading>;
 
+/// The readings in braces, which are made from left to right, without a copy of each.
+template <size_t count>
+Readings listOf( Reading ( &&readings )[count] ) {
+    return { std::make_move_iterator( std::begin( readings ) ),
+             std::make_move_iterator( std::end( readings ) ) };
+}
+
 // The reload cause's buffers, as the operation's contract has them, with room for a text that fills
 // its buffer to the end.
 constexpr size_t causeSize = 100 + 1;
 constexpr size_t detailSize = 500 + 1;
-
-template <class Ops, class Slot>
-bool provides( const Ops *ops, Slot Ops::*slot ) {
-    const auto start = reinterpret_cast<const char *>( ops );
-    const auto end = reinterpret_cast<const char *>( &( ops->*slot ) + 1 );
-    return end - start <= static_cast<std::ptrdiff_t>( ops->size ) && ops->*slot != nullptr;
-}
 
 Reading unsupported() {
     HostServices::get().forgetLines();
@@ -140,28 +142,21 @@ Reading cagePresence( const Ops &ops, pl_xcvr *xcvr ) {
 
 Readings readSfp( pl_xcvr *xcvr ) {
     const pl_sfp_ops &ops = xcvr->ops->u.sfp;
-    return { Reading::of( std::string( "sfp" ) ),
-             cagePresence( ops, xcvr ),
-             call<bool>( &ops, &pl_sfp_ops::getTxFault, xcvr ),
-             call<bool>( &ops, &pl_sfp_ops::getRxLos, xcvr ),
-             call<bool>( &ops, &pl_sfp_ops::getTxDisable, xcvr ),
-             unsupported(),
-             unsupported(),
-             unsupported(),
-             unsupported() };
+    return listOf( { Reading::of( std::string( "sfp" ) ), cagePresence( ops, xcvr ),
+                     call<bool>( &ops, &pl_sfp_ops::getTxFault, xcvr ),
+                     call<bool>( &ops, &pl_sfp_ops::getRxLos, xcvr ),
+                     call<bool>( &ops, &pl_sfp_ops::getTxDisable, xcvr ), unsupported(),
+                     unsupported(), unsupported(), unsupported() } );
 }
 
 Readings readQsfp( pl_xcvr *xcvr ) {
     const pl_qsfp_ops &ops = xcvr->ops->u.qsfp;
-    return { Reading::of( std::string( "qsfp" ) ),
-             cagePresence( ops, xcvr ),
-             unsupported(),
-             unsupported(),
-             unsupported(),
-             call<bool>( &ops, &pl_qsfp_ops::getModSel, xcvr ),
-             call<bool>( &ops, &pl_qsfp_ops::getLpMode, xcvr ),
-             call<bool>( &ops, &pl_qsfp_ops::getReset, xcvr ),
-             call<bool>( &ops, &pl_qsfp_ops::getInterrupt, xcvr ) };
+    return listOf( { Reading::of( std::string( "qsfp" ) ), cagePresence( ops, xcvr ), unsupported(),
+                     unsupported(), unsupported(),
+                     call<bool>( &ops, &pl_qsfp_ops::getModSel, xcvr ),
+                     call<bool>( &ops, &pl_qsfp_ops::getLpMode, xcvr ),
+                     call<bool>( &ops, &pl_qsfp_ops::getReset, xcvr ),
+                     call<bool>( &ops, &pl_qsfp_ops::getInterrupt, xcvr ) } );
 }
 
 Readings readXcvr( void *record, const Entry & ) {

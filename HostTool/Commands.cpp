@@ -1,10 +1,13 @@
 #include "HostTool/Commands.h"
 
+#include "HostTool/Check/CheckCommand.h"
 #include "HostTool/List.h"
 #include "HostTool/Nearest.h"
+#include "HostTool/Set.h"
 #include "HostTool/Show.h"
 #include "HostTool/Smbus.h"
 #include "HostTool/Table.h"
+#include "HostTool/Watch/Watch.h"
 
 #include <algorithm>
 #include <array>
@@ -58,6 +61,12 @@ Examples:
   kavractl show --fdl psu1-slot
   kavractl show --json | jq '.devices[] | select(.state != "ok")'
 )" },
+    { "watch", "[DEVICE...]", "a live view of the devices, or a line a change", Needs::devices,
+      runWatch, watchHelp },
+    { "set", "CLASS NAME VALUE", "tell a fan, a lamp, a transceiver or a line something",
+      Needs::library, runSet, setHelp },
+    { "check", "[FILE...]", "what is wrong with a board's documents", Needs::nothing, runCheck,
+      checkHelp },
     { "smbus", "OPERATION...", "one raw access to a chip, or a scan of a bus", Needs::library,
       runSmbus, smbusHelp },
 };
@@ -77,6 +86,9 @@ Options:
   --fdl               show the description texts of parts in slots too
   --yes, -y           do not ask before a write
   --force             let smbus use reserved chip addresses too
+  --for SECONDS       end watch, or the blinking that set began, by itself
+  --every SECONDS     how often watch reads everything (else 1)
+  --rules             what check looks for, each with an example
   --trace LEVEL       print the library's traces up to LEVEL, 0 to 7, to stderr
   --help, -h          this text, or that of a command
   --version           the version
@@ -118,7 +130,7 @@ std::string help() {
         "Commands:\n";
     for ( const CommandRow &row : commandRows ) {
         std::array<char, 128> line;
-        snprintf( line.data(), line.size(), "  %-18s  %s\n",
+        snprintf( line.data(), line.size(), "  %-20s  %s\n",
                   ( std::string( row.name ) + " " + row.operands ).c_str(), row.help );
         text += line.data();
     }

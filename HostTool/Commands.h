@@ -14,6 +14,7 @@ enum class Needs {
     entries, ///< the documents; neither server nor library
     devices, ///< all of it, the devices added
     library, ///< documents, library and server; the operands are the command's own
+    nothing, ///< the command finds what it needs by itself
 };
 
 /// What a command works on: everything that it needs is there when it is called.

@@ -14,10 +14,6 @@ namespace HostTool {
 
 namespace {
 
-std::string about( const Entry &entry ) {
-    return "'" + entry.name + "' (" + entry.place + ")";
-}
-
 std::string joined( const std::vector<std::string> &lines ) {
     std::string text;
     for ( const std::string &line : lines ) {
@@ -28,7 +24,7 @@ std::string joined( const std::vector<std::string> &lines ) {
 
 Device add( const Library &library, const Entry &entry ) {
     const ClassRow &row = rowOf( entry.deviceClass );
-    const AbortNote note( "while adding " + about( entry ) );
+    const AbortNote note( { "while adding '", entry.name, "' (", entry.place, ")" } );
     HostServices::get().forgetLines();
     const auto refuse = [&]( const std::string &text ) {
         return Failure( ExitCode::badInput, entry.place + ": '" + entry.name + "': " + text );
@@ -50,17 +46,6 @@ Device add( const Library &library, const Entry &entry ) {
         device.refusal = "not added: " + joined( HostServices::get().lines() );
     }
     return device;
-}
-
-void read( Device &device ) {
-    const AbortNote note( "while reading " + about( *device.entry ) );
-    try {
-        device.readings = device.row->read( device.record, *device.entry );
-    } catch ( const std::exception &exception ) {
-        device.readings = allFailed( device.row->columns.size(), PL_STATUS_FAILED,
-                                     printable( exception.what() ) );
-    }
-    device.state = judge( *device.entry, device.readings );
 }
 
 } // namespace
@@ -112,21 +97,32 @@ std::vector<Device> addDevices( const Library &library, const Options &options, 
     return devices;
 }
 
+void readDevice( Device &device ) {
+    const AbortNote note(
+        { "while reading '", device.entry->name, "' (", device.entry->place, ")" } );
+    try {
+        device.readings = device.row->read( device.record, *device.entry );
+    } catch ( const std::exception &exception ) {
+        device.readings = allFailed( device.row->columns.size(), PL_STATUS_FAILED,
+                                     printable( exception.what() ) );
+    }
+    device.state = judge( *device.entry, device.readings );
+}
+
 void readDevices( std::vector<Device> &devices ) {
     int settle = 0;
     for ( Device &device : devices ) {
         if ( device.record && device.row->settleMilliseconds > 0 ) {
-            read( device );
+            readDevice( device );
             settle = std::max( settle, device.row->settleMilliseconds );
         }
     }
     if ( settle > 0 ) {
-        const AbortNote note( "while a timer of the library ran" );
         HostServices::get().runFor( settle );
     }
     for ( Device &device : devices ) {
         if ( device.record ) {
-            read( device );
+            readDevice( device );
         } else {
             device.state = State::failed;
             device.readings =

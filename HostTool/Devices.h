@@ -35,6 +35,9 @@ void initialise( const Library &library, const char *entryPoint, const Board &bo
 std::vector<Device> addDevices( const Library &library, const Options &options, const Board &board,
                                 const std::vector<const Entry *> &entries );
 
+/// Reads one device that the library did not refuse.
+void readDevice( Device &device );
+
 /// Reads every device. Values that the library caches are given the time of one poll.
 void readDevices( std::vector<Device> &devices );
 

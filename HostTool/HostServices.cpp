@@ -1,11 +1,17 @@
 #include "HostTool/HostServices.h"
 
+#include "HostTool/AbortNote.h"
 #include "HostTool/Failure.h"
 
 #include <PlatformLibrary/pl.h>
 
 #include <systemd/sd-event.h>
 
+#include <sys/signalfd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -18,13 +24,28 @@ static constexpr uint64_t microsecondsPerMillisecond = 1000;
 
 namespace {
 
+constexpr uint64_t millisecondsPerSecond = 1000;
 constexpr int leastImportantKept = 3;
 // What failed, and what failed because of it.
 constexpr size_t mostLinesKept = 3;
 
+// The library's own words when its one blink timer fires.
+constexpr int blinkLevel = 4;
+constexpr const char *blinkTrace = "%s() led blink timer hit notifying %zu leds";
+
 int leaveLoop( sd_event_source *, uint64_t, void *userdata ) {
     *static_cast<bool *>( userdata ) = true;
     return 0;
+}
+
+int leaveLoopBySignal( sd_event_source *, const signalfd_siginfo *, void *userdata ) {
+    *static_cast<bool *>( userdata ) = true;
+    return 0;
+}
+
+[[noreturn]] void loopFailed( int result ) {
+    throw Failure( ExitCode::boardTrouble,
+                   std::string( "the event loop failed: " ) + strerror( -result ) );
 }
 
 } // namespace
@@ -69,8 +90,56 @@ void HostServices::runFor( int milliseconds ) {
     }
     sd_event_source_unref( end );
     if ( result < 0 ) {
-        throw Failure( ExitCode::boardTrouble,
-                       std::string( "the event loop failed: " ) + strerror( -result ) );
+        loopFailed( result );
+    }
+}
+
+void HostServices::runUntilInterrupted( std::optional<int> seconds ) {
+    bool over = false;
+    std::array<sd_event_source *, 3> ends = {};
+    const uint64_t period = seconds ? static_cast<uint64_t>( *seconds ) * millisecondsPerSecond *
+                                          microsecondsPerMillisecond
+                                    : 0;
+    int result = sd_event_add_signal( loop_, &ends[0], SIGINT | SD_EVENT_SIGNAL_PROCMASK,
+                                      leaveLoopBySignal, &over );
+    if ( result >= 0 ) {
+        result = sd_event_add_signal( loop_, &ends[1], SIGTERM | SD_EVENT_SIGNAL_PROCMASK,
+                                      leaveLoopBySignal, &over );
+    }
+    if ( result >= 0 && seconds ) {
+        result = sd_event_add_time_relative( loop_, &ends[2], CLOCK_MONOTONIC, period, 1, leaveLoop,
+                                             &over );
+    }
+    while ( result >= 0 && !over ) {
+        result = sd_event_run( loop_, UINT64_MAX );
+    }
+    for ( sd_event_source *end : ends ) {
+        sd_event_source_unref( end );
+    }
+    if ( result < 0 ) {
+        loopFailed( result );
+    }
+}
+
+void HostServices::timersAreHeld( bool held ) {
+    holdsTimers_ = held;
+    if ( held ) {
+        return;
+    }
+    const std::vector<pl_timer *> due = std::move( deferred_ );
+    deferred_.clear();
+    for ( pl_timer *timer : due ) {
+        pl_timer_set( timer, 0 );
+    }
+}
+
+void HostServices::forget( const pl_timer *timer ) {
+    deferred_.erase( std::remove( deferred_.begin(), deferred_.end(), timer ), deferred_.end() );
+}
+
+void HostServices::hear( int level, const char *format ) {
+    if ( level == blinkLevel && strcmp( format, blinkTrace ) == 0 ) {
+        ++blinks_;
     }
 }
 
@@ -98,6 +167,7 @@ struct pl_timer {
 
 extern "C" void pl_trace( int level, const char *format, ... ) {
     HostServices &services = HostServices::get();
+    services.hear( level, format );
     if ( !services.wants( level ) ) {
         return;
     }
@@ -113,7 +183,12 @@ extern "C" void pl_trace( int level, const char *format, ... ) {
 }
 
 static int timerFires( sd_event_source *, uint64_t, void *userdata ) {
-    const pl_timer *timer = static_cast<pl_timer *>( userdata );
+    pl_timer *timer = static_cast<pl_timer *>( userdata );
+    if ( HostServices::get().holdsTimers() ) {
+        HostServices::get().defer( timer );
+        return 0;
+    }
+    const HostTool::AbortNote note( "while a timer of the library ran" );
     // An exception may not travel through the event loop, which is C.
     try {
         timer->callback( timer->context );
@@ -146,6 +221,7 @@ extern "C" int pl_timer_set( pl_timer *timer, int period ) {
 }
 
 extern "C" void pl_timer_delete( pl_timer *timer ) {
+    HostServices::get().forget( timer );
     sd_event_source_disable_unref( timer->source );
     delete timer;
 }

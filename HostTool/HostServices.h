@@ -1,5 +1,8 @@
 #pragma once
 
+#include <PlatformLibrary/pl.h>
+
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,6 +34,23 @@ class HostServices {
     sd_event *loop() { return loop_; }
     /// Runs the event loop, and with it the library's timers, for a while.
     void runFor( int milliseconds );
+    /// The same until SIGINT or SIGTERM comes, or for so many seconds.
+    void runUntilInterrupted( std::optional<int> seconds );
+
+    /// A host may let a timer wait: while timers are held none of them fires, and what came due
+    /// fires when they are let go. A library that ends the process when it cannot poll is thus kept
+    /// from polling without a server.
+    void timersAreHeld( bool held );
+    bool holdsTimers() const { return holdsTimers_; }
+    /// Keeps a timer that came due while timers are held.
+    void defer( pl_timer *timer ) { deferred_.push_back( timer ); }
+    void forget( const pl_timer *timer );
+
+    /// Notes a trace that a host can learn from.
+    void hear( int level, const char *format );
+    /// How often the lamps that blink have changed over. All of them share one phase: the first
+    /// change is to the dark half, the second to the lit one, and so on in turn.
+    unsigned blinks() const { return blinks_; }
 
   private:
     HostServices();
@@ -38,6 +58,9 @@ class HostServices {
     int traceLevel_ = -1;
     std::vector<std::string> lines_;
     sd_event *loop_ = nullptr;
+    bool holdsTimers_ = false;
+    std::vector<pl_timer *> deferred_;
+    unsigned blinks_ = 0;
 };
 
 /// Text from outside with everything but printable ASCII replaced, so that it can neither disturb a

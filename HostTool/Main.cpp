@@ -11,6 +11,10 @@ static ExitCode runCommand( const CommandRow &command, const Options &options ) 
     setEnvironment( options );
     HostServices::get().traceLevelIs( options.traceLevel );
 
+    if ( command.needs == Needs::nothing ) {
+        Task task = { options, {}, {}, {} };
+        return command.run( task );
+    }
     Task task = { options, readBoard( findBoardFolder( options.board ) ), {}, {} };
     if ( command.needs == Needs::library ) {
         const Library library( options.library );

@@ -4,6 +4,7 @@
 #include "HostTool/Nearest.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
 
 namespace HostTool {
@@ -11,6 +12,7 @@ namespace HostTool {
 namespace {
 
 constexpr const char *leastImportantLevel = "7";
+constexpr int longestSeconds = 86400;
 
 enum class Value { none, needed, possible };
 
@@ -26,6 +28,18 @@ void applyTrace( Options &options, const std::string &value ) {
                        "--trace takes a level from 0 to 7, not '" + value + "'" );
     }
     options.traceLevel = value.front() - '0';
+}
+
+int parseSeconds( const std::string &option, const std::string &value ) {
+    int seconds = 0;
+    const char *end = value.data() + value.size();
+    const auto [stop, error] = std::from_chars( value.data(), end, seconds );
+    if ( error != std::errc() || stop != end || seconds < 1 || seconds > longestSeconds ) {
+        throw Failure( ExitCode::badInput, option + " takes seconds from 1 to " +
+                                               std::to_string( longestSeconds ) + ", not '" +
+                                               value + "'" );
+    }
+    return seconds;
 }
 
 constexpr OptionRow optionRows[] = {
@@ -44,6 +58,11 @@ constexpr OptionRow optionRows[] = {
     { "-y", Value::none, []( Options &o, const std::string & ) { o.yes = true; } },
     { "--force", Value::none, []( Options &o, const std::string & ) { o.force = true; } },
     { "--trace", Value::needed, applyTrace },
+    { "--for", Value::needed,
+      []( Options &o, const std::string &v ) { o.seconds = parseSeconds( "--for", v ); } },
+    { "--every", Value::needed,
+      []( Options &o, const std::string &v ) { o.every = parseSeconds( "--every", v ); } },
+    { "--rules", Value::none, []( Options &o, const std::string & ) { o.rules = true; } },
     { "--help", Value::none, []( Options &o, const std::string & ) { o.help = true; } },
     { "-h", Value::none, []( Options &o, const std::string & ) { o.help = true; } },
     { "--version", Value::none, []( Options &o, const std::string & ) { o.version = true; } },

@@ -18,10 +18,13 @@ struct Options {
     std::string simulationFolder; ///< empty: the library's own choice
     bool wait = false;
     bool json = false;
-    bool fdl = false;    ///< show description texts too
-    bool yes = false;    ///< do not ask
-    bool force = false;  ///< also what is not usually meant
-    int traceLevel = -1; ///< -1: no traces
+    bool fdl = false;           ///< show description texts too
+    bool yes = false;           ///< do not ask
+    bool force = false;         ///< also what is not usually meant
+    int traceLevel = -1;        ///< -1: no traces
+    std::optional<int> seconds; ///< how long a command that goes on may take; none: for ever
+    int every = 1;              ///< seconds between two readings
+    bool rules = false;         ///< print what check checks
     bool help = false;
     bool version = false;
 };

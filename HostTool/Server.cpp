@@ -15,23 +15,36 @@ std::string serverSocket() {
     return path && *path ? path : "/run/smbusd.sock";
 }
 
-std::string whyNoServer( const std::string &socketPath ) {
+ServerConnection connectToServer( const std::string &socketPath ) {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     if ( socketPath.size() >= sizeof( address.sun_path ) ) {
-        return "the path is longer than a socket's may be";
+        return { -1, ENAMETOOLONG };
     }
     socketPath.copy( address.sun_path, socketPath.size() );
-    // A server that is busy answers EAGAIN here and is there all the same.
     const int socketFd = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0 );
     if ( socketFd < 0 ) {
-        return strerror( errno );
+        return { -1, errno };
     }
-    const int result =
-        connect( socketFd, reinterpret_cast<const sockaddr *>( &address ), sizeof( address ) );
-    const int cause = result == 0 || errno == EAGAIN ? 0 : errno;
-    close( socketFd );
-    return cause == 0 ? "" : strerror( cause );
+    if ( connect( socketFd, reinterpret_cast<const sockaddr *>( &address ), sizeof( address ) ) !=
+         0 ) {
+        const int cause = errno;
+        close( socketFd );
+        return { -1, cause };
+    }
+    return { socketFd, 0 };
+}
+
+std::string whyNoServer( const std::string &socketPath ) {
+    const ServerConnection connection = connectToServer( socketPath );
+    if ( connection.fd >= 0 ) {
+        close( connection.fd );
+    }
+    if ( connection.error == ENAMETOOLONG ) {
+        return "the path is longer than a socket's may be";
+    }
+    // A server that is busy answers so and is there all the same.
+    return connection.error == 0 || connection.error == EAGAIN ? "" : strerror( connection.error );
 }
 
 std::string noServerMessage( const std::string &socketPath, const std::string &reason,

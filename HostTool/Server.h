@@ -7,6 +7,14 @@ namespace HostTool {
 /// The socket that the library will connect to: $SMBUSD_SOCKET, else /run/smbusd.sock.
 std::string serverSocket();
 
+struct ServerConnection {
+    int fd;    ///< the caller's to close; -1 when there is none
+    int error; ///< an errno value; 0 when there is one
+};
+
+/// Connects without waiting.
+ServerConnection connectToServer( const std::string &socketPath );
+
 /// Tries the SMBus server's socket once.
 /// @return the reason why there is no server ("no such file or directory"); empty when there is
 /// one.

@@ -2,11 +2,10 @@
 
 #include "HostTool/Json.h"
 #include "HostTool/Table.h"
+#include "HostTool/ValueText.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
-#include <cstdio>
 #include <sstream>
 
 namespace HostTool {
@@ -14,31 +13,7 @@ namespace HostTool {
 namespace {
 
 constexpr int thresholdDecimals = 1;
-
-std::string number( double value, int decimals, const std::string &unit ) {
-    std::array<char, 64> text;
-    snprintf( text.data(), text.size(), "%.*f", decimals, value );
-    return unit.empty() ? text.data() : text.data() + ( " " + unit );
-}
-
-struct ValueText {
-    const Column &column;
-    std::string operator()( std::monostate ) const { return "--"; }
-    std::string operator()( bool value ) const { return value ? "yes" : "no"; }
-    std::string operator()( int value ) const { return number( value, 0, column.unit ); }
-    std::string operator()( float value ) const {
-        return number( static_cast<double>( value ), column.decimals, column.unit );
-    }
-    std::string operator()( const std::string &value ) const { return value; }
-};
-
-/// "n/a" says by itself why there is no value: the device has none of this kind.
-std::string textOf( const Reading &reading, const Column &column ) {
-    if ( reading.status == PL_STATUS_NOT_SUPPORTED ) {
-        return "n/a";
-    }
-    return std::visit( ValueText{ column }, reading.value );
-}
+constexpr size_t columnsBesideReadings = 5; // name, two thresholds, state and reason
 
 /// Why values are missing, each reason once with the values that it is the reason of.
 std::string reasonsOf( const Device &device ) {
@@ -102,13 +77,14 @@ Table tableFor( const ClassRow &row, bool withDescriptions ) {
 TableRow rowFor( const Device &device, bool withDescriptions ) {
     const Colour colour = colourOf( device.state );
     TableRow row;
+    row.cells.reserve( device.readings.size() + columnsBesideReadings );
     row.cells.push_back( { device.entry->name } );
     for ( size_t i = 0; i < device.readings.size(); ++i ) {
         const Column &column = device.row->columns[i];
         if ( column.isDescription && !withDescriptions ) {
             continue;
         }
-        std::string text = textOf( device.readings[i], column );
+        std::string text = valueText( device.readings[i], column );
         if ( text.find( '\n' ) != std::string::npos ) {
             std::istringstream lines( text );
             for ( std::string each; std::getline( lines, each ); ) {
@@ -116,12 +92,14 @@ TableRow rowFor( const Device &device, bool withDescriptions ) {
             }
             text = "below";
         }
-        row.cells.push_back( { text, *column.unit ? Align::right : Align::left, colour } );
+        row.cells.push_back(
+            { std::move( text ), *column.unit ? Align::right : Align::left, colour } );
     }
     if ( const auto &thresholds = device.entry->thresholds ) {
         for ( const float limit : { thresholds->alert, thresholds->critical } ) {
             row.cells.push_back(
-                { number( static_cast<double>( limit ), thresholdDecimals, "C" ), Align::right } );
+                { numberText( static_cast<double>( limit ), thresholdDecimals, "C" ),
+                  Align::right } );
         }
     }
     row.cells.push_back( { nameOf( device.state ), Align::left, colour } );

@@ -9,6 +9,7 @@ namespace HostTool {
 namespace {
 
 constexpr std::string_view placeholder = "{serialNum}";
+const std::string templateKey = "psuFdl_"; // and a number, from 1
 
 size_t placeholdersIn( std::string_view text ) {
     size_t count = 0;
@@ -52,6 +53,9 @@ const char *textMember( const rapidjson::Value &object, const std::string &key )
 
 std::optional<PartIdentity> identityIn( const std::string &description,
                                         const std::string &arguments ) {
+    if ( arguments.find( templateKey ) == std::string::npos ) {
+        return std::nullopt; // a tray has none, and its arguments need not be parsed
+    }
     rapidjson::Document document;
     document.Parse( arguments.c_str() );
     if ( !document.IsObject() || !document.HasMember( "driverArgs" ) ||
@@ -61,7 +65,7 @@ std::optional<PartIdentity> identityIn( const std::string &description,
     const rapidjson::Value &settings = document["driverArgs"];
     for ( int number = 1;; ++number ) {
         const char *model = textMember( settings, "model_" + std::to_string( number ) );
-        const char *text = textMember( settings, "psuFdl_" + std::to_string( number ) );
+        const char *text = textMember( settings, templateKey + std::to_string( number ) );
         if ( model == nullptr || text == nullptr ) {
             return std::nullopt;
         }

@@ -30,10 +30,11 @@ std::string line( size_t indent, const std::vector<Cell> &cells, const std::vect
             owed += before;
             continue;
         }
-        text += std::string( before, ' ' ) +
-                ( coloured ? painted( cell.text, cell.colour ) : cell.text );
+        text.append( before, ' ' );
+        text += coloured ? painted( cell.text, cell.colour ) : cell.text;
     }
-    return text + "\n";
+    text += '\n';
+    return text;
 }
 
 } // namespace

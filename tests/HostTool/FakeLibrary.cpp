@@ -70,7 +70,8 @@ pl_status powerOk( pl_psu *psu, int *good ) {
 pl_status slotPresence( pl_slot *slot, char **text ) {
     const pl_status status = statusOf( slot );
     if ( status == PL_STATUS_OK ) {
-        *text = strdup( "model: PWR-500\nserial: A1\n" );
+        *text = strdup( behaves( slot, "tray" ) ? "fan.maxRpm = 20000\n"
+                                                : "model: PWR-500\nserial: A1\n" );
     }
     return status;
 }
@@ -92,6 +93,54 @@ pl_status polledSignal( pl_xcvr *xcvr, int *value ) {
     return statusOf( xcvr );
 }
 
+/// Says what it was told, so that a test sees it in the traces.
+template <class Record, class Value>
+pl_status take( Record *record, const char *what, Value value ) {
+    pl_trace( 1, "told %s %d", what, static_cast<int>( value ) );
+    return statusOf( record );
+}
+
+pl_status setRpm( pl_fan *fan, int rpm ) {
+    return take( fan, "rpm", rpm );
+}
+
+pl_timer *blinkTimer = nullptr;
+constexpr int blinkMilliseconds = 20;
+
+void blink( void * ) {
+    pl_trace( 4, "%s() led blink timer hit notifying %zu leds", "blink", size_t{ 1 } );
+    pl_timer_set( blinkTimer, blinkMilliseconds );
+}
+
+pl_status setLight( pl_led *led, pl_led_status setting ) {
+    if ( setting == PL_LED_BEACON ) {
+        blinkTimer = pl_timer_add( blink, nullptr );
+        pl_timer_set( blinkTimer, blinkMilliseconds );
+    }
+    if ( setting == PL_LED_INACTIVE ) {
+        pl_trace( 0, "led %s was given an unexpected setting %d", "d",
+                  static_cast<int>( setting ) );
+        return PL_STATUS_INVALID;
+    }
+    return take( led, "light", setting );
+}
+
+pl_status setReset( pl_xcvr *xcvr, int inReset ) {
+    return take( xcvr, "reset", inReset );
+}
+
+pl_status setTxDisable( pl_xcvr *xcvr, int disabled ) {
+    return take( xcvr, "txdisable", disabled );
+}
+
+pl_status setLine( pl_gpio *gpio ) {
+    return take( gpio, "line", 1 );
+}
+
+pl_status clearLine( pl_gpio *gpio ) {
+    return take( gpio, "line", 0 );
+}
+
 pl_status reloadCause( pl_system *system, char *cause, long *when, char *detail ) {
     strcpy( cause, "power loss" );
     strcpy( detail, "both supplies" );
@@ -100,10 +149,11 @@ pl_status reloadCause( pl_system *system, char *cause, long *when, char *detail 
 }
 
 const pl_slot_ops slotOps = { sizeof( pl_slot_ops ), 0, slotPresence };
-const pl_led_ops ledOps = { sizeof( pl_led_ops ), 0, nullptr };
+const pl_led_ops ledOps = { sizeof( pl_led_ops ), 0, setLight };
 const pl_temp_sensor_ops tempSensorOps = { sizeof( pl_temp_sensor_ops ), 0, nullptr, temperature };
-const pl_fan_ops fanOps = { sizeof( pl_fan_ops ), 0, debugInfo, answer<4200, pl_fan, int>,
-                            nullptr };
+const pl_fan_ops fanOps = { sizeof( pl_fan_ops ), 0, debugInfo, answer<4200, pl_fan, int>, setRpm };
+const pl_fan_ops fixedFanOps = { sizeof( pl_fan_ops ), 0, debugInfo, answer<4200, pl_fan, int>,
+                                 nullptr };
 const pl_psu_ops psuOps = { sizeof( pl_psu_ops ),
                             0,
                             nullptr,
@@ -125,7 +175,7 @@ const pl_psu_ops shortPsuOps = { offsetof( pl_psu_ops, get_input_voltage ),
                                  answer<12, pl_psu, float>,
                                  answer<400, pl_psu, float>,
                                  answer<360, pl_psu, float> };
-const pl_gpio_ops gpioOps = { sizeof( pl_gpio_ops ), 0, nullptr, nullptr,
+const pl_gpio_ops gpioOps = { sizeof( pl_gpio_ops ), 0, setLine, clearLine,
                               answer<1, pl_gpio, unsigned> };
 const pl_smbus_ops smbusOps = {};
 const pl_system_ops systemOps = {
@@ -137,7 +187,7 @@ pl_xcvr_ops sfpOps() {
     ops.size = sizeof( ops );
     ops.type = PL_XCVR_SFP;
     ops.u.sfp = { sizeof( pl_sfp_ops ), cagePresence, polledSignal,
-                  polledSignal,         polledSignal, nullptr };
+                  polledSignal,         polledSignal, setTxDisable };
     return ops;
 }
 
@@ -146,7 +196,7 @@ pl_xcvr_ops qsfpOps() {
     ops.size = sizeof( ops );
     ops.type = PL_XCVR_QSFP;
     ops.u.qsfp = { sizeof( pl_qsfp_ops ), cagePresence, polledSignal, nullptr,
-                   polledSignal,          nullptr,      polledSignal, nullptr,
+                   polledSignal,          nullptr,      polledSignal, setReset,
                    polledSignal };
     return ops;
 }
@@ -211,7 +261,7 @@ extern "C" pl_temp_sensor *pl_temp_sensor_add( const char *arguments, float aler
 }
 
 extern "C" pl_fan *pl_fan_add( const char *arguments ) {
-    return add<pl_fan>( arguments, fanOps );
+    return add<pl_fan>( arguments, strstr( arguments, "fixed-speed" ) ? fixedFanOps : fanOps );
 }
 
 extern "C" pl_xcvr *pl_xcvr_add( const char *arguments ) {

@@ -6,8 +6,10 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <set>
 
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -162,25 +164,28 @@ TEST_P( VariantsTest, SlotOfASupplyThatIsPulledIsEmpty ) {
     EXPECT_THAT( text, HasSubstr( "  psu2-slot  yes " ) );
 }
 
-/// The entries of devices.json that are no slots, a line each.
-static std::string otherDevices( const std::string &folder ) {
+/// The entries of devices.json that are no slots, each as a text.
+static std::set<std::string> otherDevices( const std::string &folder ) {
     std::ifstream file( folder + "/devices.json" );
     const std::string text{ std::istreambuf_iterator<char>( file ), {} };
     const auto document = parsed( text );
-    std::string lines;
+    std::set<std::string> devices;
     for ( const auto &entry : document.GetArray() ) {
         if ( std::string( "slot" ) != entry["class"].GetString() ) {
             rapidjson::StringBuffer buffer;
             rapidjson::Writer<rapidjson::StringBuffer> writer( buffer );
             entry.Accept( writer );
-            lines += std::string( buffer.GetString() ) + "\n";
+            devices.insert( buffer.GetString() );
         }
     }
-    return lines;
+    return devices;
 }
 
-TEST_P( VariantsTest, OtherDevicesAreThoseOfTheBoard ) {
-    EXPECT_EQ( otherDevices( boardOf( "" ) ), otherDevices( boardOf( GetParam().name ) ) );
+TEST_P( VariantsTest, OtherDevicesAreOfTheBoard ) {
+    const std::set<std::string> all = otherDevices( boardOf( "" ) );
+    const std::set<std::string> some = otherDevices( boardOf( GetParam().name ) );
+    EXPECT_LT( 10U, some.size() );
+    EXPECT_TRUE( std::includes( all.begin(), all.end(), some.begin(), some.end() ) );
     EXPECT_EQ( 0, kavractl( { "show" } ).status );
 }
 

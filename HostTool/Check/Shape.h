@@ -1,0 +1,11 @@
+#pragma once
+
+#include "HostTool/Check/Finding.h"
+
+namespace HostTool::Check {
+
+/// Judges the document by the schema of its kind, and tells keys that stand twice.
+/// @return false when the shape has errors, so that what the document says is doubtful.
+bool checkShape( const Document &document, Kind kind, Findings &findings );
+
+} // namespace HostTool::Check

@@ -1,0 +1,67 @@
+#include "HostTool/Watch/Lines.h"
+
+#include "HostTool/Json.h"
+#include "HostTool/ValueText.h"
+#include "HostTool/Watch/Fields.h"
+
+#include <algorithm>
+
+namespace HostTool::Watch {
+
+static std::string oneLine( std::string text ) {
+    std::replace( text.begin(), text.end(), '\n', ' ' );
+    return text;
+}
+
+std::string changeText( const Model &model, const Change &change ) {
+    const std::string reason = change.reason.empty() ? "" : ": " + oneLine( change.reason );
+    return model.items()[change.item].entry().name + ": " + change.key + " " +
+           oneLine( change.before ) + " -> " + oneLine( change.after ) + reason;
+}
+
+std::string changeAsJson( const Model &model, const Change &change, double time ) {
+    rapidjson::StringBuffer buffer;
+    JsonWriter writer( buffer );
+    writer.SetMaxDecimalPlaces( 3 );
+    writer.StartObject();
+    writer.Key( "time" );
+    writer.Double( time );
+    writer.Key( "name" );
+    writeText( writer, model.items()[change.item].entry().name );
+    writer.Key( "key" );
+    writeText( writer, change.key );
+    writer.Key( "before" );
+    writeTextOrNull( writer, change.before );
+    writer.Key( "after" );
+    writeTextOrNull( writer, change.after );
+    writer.Key( "reason" );
+    writeTextOrNull( writer, change.reason );
+    writer.EndObject();
+    return buffer.GetString();
+}
+
+std::string firstText( const Item &item, Moment now ) {
+    std::string text = item.entry().name + ": " + nameOf( item.state );
+    for ( const std::string &reading : readingsOf( item, now ) ) {
+        text += "  " + reading;
+    }
+    if ( item.state == State::failed ) {
+        text += "  " + fieldsOf( item, now ).back();
+    }
+    return text;
+}
+
+std::vector<Change> firstChanges( const Model &model, size_t index ) {
+    const Item &item = model.items()[index];
+    std::vector<Change> changes = { { index, "state", "", nameOf( item.state ),
+                                      item.device.refusal } };
+    for ( size_t i = 0; i < item.samples.size(); ++i ) {
+        const Column &column = item.device.row->columns[i];
+        const Reading &reading = item.samples[i].reading;
+        changes.push_back(
+            { index, column.key, "", valueText( reading, column ), reading.reason } );
+    }
+    return changes;
+}
+
+} // namespace HostTool::Watch
