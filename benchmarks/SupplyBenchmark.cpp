@@ -3,36 +3,17 @@
 // that the library sent, over a bare connection to the same server.
 #include "benchmarks/support/BoardServer.h"
 #include "benchmarks/support/Interleaved.h"
+#include "benchmarks/support/SentFrames.h"
 
 #include <array>
 #include <benchmark/benchmark.h>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <fstream>
 #include <PlatformLibrary/pl.h>
 #include <sched.h>
 #include <sstream>
 #include <string>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 #include <vector>
-
-namespace {
-
-std::vector<std::string> *keptFrames = nullptr;
-
-} // namespace
-
-// Stands before the C library's: the library under test sends through it.
-extern "C" ssize_t send( int fd, const void *data, size_t size, int flags ) {
-    using Send = ssize_t( int, const void *, size_t, int );
-    static auto *const next = reinterpret_cast<Send *>( dlsym( RTLD_NEXT, "send" ) );
-    if ( keptFrames ) {
-        keptFrames->emplace_back( static_cast<const char *>( data ), size );
-    }
-    return next( fd, data, size, flags );
-}
 
 namespace {
 
@@ -100,22 +81,6 @@ class Supply {
     std::array<pl_temp_sensor *, sensorTexts.size()> sensors_{};
 };
 
-int connectTo( const std::string &path ) {
-    const int fd = socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 );
-    sockaddr_un name{};
-    name.sun_family = AF_UNIX;
-    path.copy( name.sun_path, sizeof name.sun_path - 1 );
-    return connect( fd, reinterpret_cast<sockaddr *>( &name ), sizeof name ) == 0 ? fd : -1;
-}
-
-void sendAgain( int fd, const std::vector<std::string> &frames ) {
-    std::array<char, 4096> answer;
-    for ( const std::string &frame : frames ) {
-        send( fd, frame.data(), frame.size(), MSG_NOSIGNAL );
-        benchmark::DoNotOptimize( recv( fd, answer.data(), answer.size(), 0 ) );
-    }
-}
-
 void ReadSupply( benchmark::State &state ) {
     cpu_set_t cpus;
     CPU_ZERO( &cpus );
@@ -124,30 +89,28 @@ void ReadSupply( benchmark::State &state ) {
     const BoardServer server( fileText( SOURCE_DIR "/boards/VundaT/emulation.json" ) );
     setenv( "SMBUSD_SOCKET", server.path().c_str(), 1 );
     static const std::string topology = fileText( SOURCE_DIR "/boards/VundaT/topology.json" );
-    const int bare = connectTo( server.path() );
-    if ( pl_psu_init( topology.c_str() ) != PL_STATUS_OK || bare == -1 ) {
+    BareReplay bare( server.path() );
+    if ( pl_psu_init( topology.c_str() ) != PL_STATUS_OK ) {
         state.SkipWithError( "no server" );
         return;
     }
     const Supply supply;
     supply.readEverything(); // the first reading makes the description text, the next find it
-    std::vector<std::string> frames;
-    keptFrames = &frames;
+    SentFrames::start();
     const bool complete = supply.readEverything();
-    keptFrames = nullptr;
+    const std::vector<std::string> frames = SentFrames::stop();
     if ( !complete ) {
         state.SkipWithError( "the supply cannot be read" );
         return;
     }
     for ( auto _ : state ) {
         const Interleaved result = interleave(
-            100, 10, [&] { sendAgain( bare, frames ); }, [&] { supply.readEverything(); } );
+            100, 10, [&] { bare.replay( frames ); }, [&] { supply.readEverything(); } );
         state.SetIterationTime( result.testNs * 1e-9 );
         state.counters["transactions"] = static_cast<double>( frames.size() );
         state.counters["control"] = result.control;
         state.counters["library_share_%"] = 100 * ( 1 - result.baseNs / result.testNs );
     }
-    close( bare );
 }
 BENCHMARK( ReadSupply )->UseManualTime()->Iterations( 1 );
 

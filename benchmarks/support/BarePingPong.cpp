@@ -6,9 +6,14 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 BarePingPong::BarePingPong( const std::string &path, const Smbus::TransactionRequest &request )
-    : fd_( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) ), request_( request ),
+    : BarePingPong( path, std::vector{ request } ) {}
+
+BarePingPong::BarePingPong( const std::string &path,
+                            std::vector<Smbus::TransactionRequest> requests )
+    : fd_( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) ), requests_( std::move( requests ) ),
       buffer_( 1 << 18, '\0' ) {
     sockaddr_un name{};
     name.sun_family = AF_UNIX;
@@ -23,10 +28,12 @@ BarePingPong::~BarePingPong() {
 }
 
 void BarePingPong::batch() {
-    const size_t size = request_.ByteSizeLong();
+    const Smbus::TransactionRequest &request = requests_[next_];
+    next_ = next_ + 1 == requests_.size() ? 0 : next_ + 1;
+    const size_t size = request.ByteSizeLong();
     const uint32_t length = htonl( static_cast<uint32_t>( size ) );
     memcpy( buffer_.data(), &length, sizeof length );
-    request_.SerializeWithCachedSizesToArray( reinterpret_cast<uint8_t *>( buffer_.data() + 4 ) );
+    request.SerializeWithCachedSizesToArray( reinterpret_cast<uint8_t *>( buffer_.data() + 4 ) );
     send( fd_, buffer_.data(), size + 4, MSG_NOSIGNAL );
     const ssize_t got = recv( fd_, buffer_.data(), buffer_.size(), 0 );
     if ( got < 4 || !response_.ParseFromArray( buffer_.data() + 4, static_cast<int>( got ) - 4 ) ) {

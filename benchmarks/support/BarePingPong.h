@@ -3,13 +3,16 @@
 #include "KavraUtil/Smbus.pb.h"
 
 #include <string>
+#include <vector>
 
-/// The base that the library is measured against: a connection, one request message and one
-/// response message that are used again and again, and per batch one serialisation, one send, one
-/// recv and one parse.
+/// The base that the library is measured against: a connection, request messages and one response
+/// message that are used again and again, and per batch one serialisation, one send, one recv and
+/// one parse.
 class BarePingPong {
   public:
     BarePingPong( const std::string &path, const Smbus::TransactionRequest &request );
+    /// @param requests sent in turn.
+    BarePingPong( const std::string &path, std::vector<Smbus::TransactionRequest> requests );
     BarePingPong( const BarePingPong & ) = delete;
     BarePingPong &operator=( const BarePingPong & ) = delete;
     ~BarePingPong();
@@ -20,7 +23,8 @@ class BarePingPong {
 
   private:
     int fd_;
-    Smbus::TransactionRequest request_;
+    std::vector<Smbus::TransactionRequest> requests_;
+    size_t next_ = 0;
     Smbus::TransactionResponse response_;
     std::string buffer_;
 };
