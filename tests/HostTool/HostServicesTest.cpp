@@ -184,6 +184,6 @@ TEST_F( TimerTest, HeldTimerMayBeDeleted ) {
 TEST_F( HostServicesTest, BlinksAreHeardFromTheLibrary ) {
     const unsigned before = host().blinks();
     pl_trace( 4, "%s() led blink timer hit notifying %zu leds", "tick", size_t{ 2 } );
-    pl_trace( 4, "%s(%p)", "tick", nullptr );
+    pl_trace( 4, "%s(%p)", "tick", static_cast<void *>( nullptr ) );
     EXPECT_EQ( before + 1, host().blinks() );
 }
