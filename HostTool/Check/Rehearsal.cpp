@@ -290,7 +290,7 @@ void Rehearsal::findGpioDevice( const Arguments &arguments, const std::string &o
         return;
     }
     const std::string text = settingText( *setting );
-    const std::string label = text.c_str(); // up to a zero character
+    const std::string label = text.substr( 0, text.find( '\0' ) ); // as the library reads it
     DeviceNode *node = tree_->byLabel( label );
     if ( !node ) {
         tell( RuleId::gpioLabel, arguments, at( *setting ),

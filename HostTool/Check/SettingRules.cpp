@@ -152,8 +152,9 @@ void checkUnknownSettings( const DriverRow &driver, const Arguments &arguments,
                              ( isNumbered( key ) && driver.name == std::string_view( "PsuSlot" ) );
         if ( !isKnown ) {
             const std::string meant = didYouMean( key, known );
-            findings.add( RuleId::argumentUnread, *arguments.document, atKeyOf( each.value ),
-                          owner + "driver " + driver.name + " has no setting \"" + key + "\"",
+            std::string text = owner + "driver " + driver.name;
+            text += " has no setting \"" + key + "\"";
+            findings.add( RuleId::argumentUnread, *arguments.document, atKeyOf( each.value ), text,
                           meant.empty() ? "" : meant.substr( 2 ) );
         }
     }

@@ -59,6 +59,10 @@ bool isRefusalOfValue( const Finding &finding ) {
     return rule.severity == Severity::error && isOfValue && rule.outcome != Outcome::taken;
 }
 
+// The same sets in every run, so that a change is judged by what it did. Long runs take other
+// seeds.
+constexpr size_t usualSeed = 1;
+
 size_t countFrom( const char *variable, size_t otherwise ) {
     const char *text = getenv( variable );
     return text ? strtoul( text, nullptr, 10 ) : otherwise;
@@ -161,7 +165,7 @@ TEST_F( PromiseTest, TheBoardsAreTaken ) {
 TEST_F( PromiseTest, HoldsForEachChange ) {
     const BoardTexts texts = textsIn( std::string( SOURCE_DIR ) + boards[0] );
     const size_t step = getenv( "KAVRA_CHECK_ALL" ) ? 1 : countFrom( "KAVRA_CHECK_STEP", 37 );
-    const size_t seed = countFrom( "KAVRA_CHECK_SEED", std::random_device()() );
+    const size_t seed = countFrom( "KAVRA_CHECK_SEED", usualSeed );
     std::cout << "KAVRA_CHECK_SEED=" << seed << "\n";
     size_t number = seed % step;
     for ( size_t i = 0; i < std::size( kindFiles ); ++i ) {
@@ -178,7 +182,7 @@ TEST_F( PromiseTest, HoldsForEachChange ) {
 
 TEST_F( PromiseTest, HoldsForRandomChanges ) {
     const size_t count = countFrom( "KAVRA_CHECK_SETS", 2000 );
-    const size_t seed = countFrom( "KAVRA_CHECK_SEED", std::random_device()() );
+    const size_t seed = countFrom( "KAVRA_CHECK_SEED", usualSeed );
     std::cout << "KAVRA_CHECK_SEED=" << seed << "\n";
     std::mt19937 random( static_cast<std::mt19937::result_type>( seed ) );
     std::vector<BoardTexts> originals;
