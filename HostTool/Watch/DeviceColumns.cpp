@@ -65,7 +65,7 @@ int columnsFor( size_t lines, int rows, int width ) {
     const int most = std::max( 1, width / narrowest );
     const int least = std::max( 1, width / widest );
     for ( int columns = least; columns < most; ++columns ) {
-        if ( lines <= static_cast<size_t>( columns * rows ) ) {
+        if ( lines <= static_cast<size_t>( columns ) * static_cast<size_t>( rows ) ) {
             return columns;
         }
     }
@@ -176,7 +176,7 @@ Pages drawDeviceColumns( Canvas &canvas, int firstRow, int rows, const Model &mo
     const std::vector<Line> lines = linesOf( model );
     const int columns = columnsFor( lines.size(), rows, canvas.size().columns );
     const int width = canvas.size().columns / columns;
-    const auto perPage = static_cast<size_t>( columns * rows );
+    const size_t perPage = static_cast<size_t>( columns ) * static_cast<size_t>( rows );
     const auto selected = std::find_if( lines.begin(), lines.end(), [&]( const Line &each ) {
         return !each.heading && each.item == view.selected;
     } );

@@ -26,7 +26,8 @@ std::vector<size_t> cagesOf( const Model &model ) {
 }
 
 size_t cagesPerBank( int columns ) {
-    return static_cast<size_t>( ( columns - labelWidth ) / cageWidth * cagesAbove );
+    const int fitting = ( columns - labelWidth ) / cageWidth;
+    return static_cast<size_t>( fitting ) * cagesAbove;
 }
 
 /// "33" of "Ethernet33".
