@@ -95,34 +95,35 @@ static void apply( Options &options, int letter, const std::string &asTyped ) {
     if ( optarg != nullptr && *optarg == '\0' && letter != ':' && letter != '?' ) {
         throw UsageError( "option '" + nameOf( letter ) + "' needs a value" );
     }
+    const char *const value = optarg != nullptr ? optarg : "";
     switch ( letter ) {
     case Board:
-        options.board = optarg;
+        options.board = value;
         break;
     case I2cDev:
-        options.i2cDev = optarg != nullptr ? optarg : "";
+        options.i2cDev = value;
         break;
     case Socket:
-        options.socket = optarg;
+        options.socket = value;
         break;
     case Control:
-        options.control = optarg;
+        options.control = value;
         break;
     case Faults:
-        options.faults = optarg;
+        options.faults = value;
         break;
     case Record:
-        options.record = optarg;
+        options.record = value;
         break;
     case Replay:
-        options.replay = optarg;
+        options.replay = value;
         break;
     case Print:
         options.task = Options::Task::Print;
-        options.print = optarg;
+        options.print = value;
         break;
     case Group:
-        options.group = groupNamed( optarg );
+        options.group = groupNamed( value );
         break;
     case CheckConfig:
         options.task = Options::Task::CheckConfig;
