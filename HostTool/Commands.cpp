@@ -1,12 +1,12 @@
 #include "HostTool/Commands.h"
 
 #include "HostTool/Check/CheckCommand.h"
-#include "HostTool/List.h"
-#include "HostTool/Nearest.h"
-#include "HostTool/Set.h"
-#include "HostTool/Show.h"
-#include "HostTool/Smbus.h"
-#include "HostTool/Table.h"
+#include "HostTool/Output/Nearest.h"
+#include "HostTool/Output/Table.h"
+#include "HostTool/Set/Set.h"
+#include "HostTool/Show/List.h"
+#include "HostTool/Show/Show.h"
+#include "HostTool/Smbus/Smbus.h"
 #include "HostTool/Watch/Watch.h"
 
 #include <algorithm>

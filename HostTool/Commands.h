@@ -1,7 +1,7 @@
 #pragma once
 
-#include "HostTool/Devices.h"
 #include "HostTool/Failure.h"
+#include "HostTool/Host/Devices.h"
 #include "HostTool/Options.h"
 
 #include <string>

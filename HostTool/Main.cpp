@@ -1,5 +1,5 @@
 #include "HostTool/Commands.h"
-#include "HostTool/HostServices.h"
+#include "HostTool/Host/HostServices.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "HostTool/Options.h"
 
 #include "HostTool/Failure.h"
-#include "HostTool/Nearest.h"
+#include "HostTool/Output/Nearest.h"
 
 #include <algorithm>
 #include <charconv>

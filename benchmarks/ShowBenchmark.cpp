@@ -6,10 +6,10 @@
 #include "benchmarks/support/BoardServer.h"
 #include "benchmarks/support/Interleaved.h"
 #include "benchmarks/support/SentFrames.h"
-#include "HostTool/Devices.h"
-#include "HostTool/Documents.h"
-#include "HostTool/Library.h"
-#include "HostTool/Show.h"
+#include "HostTool/Host/Devices.h"
+#include "HostTool/Board/Documents.h"
+#include "HostTool/Host/Library.h"
+#include "HostTool/Show/Show.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>

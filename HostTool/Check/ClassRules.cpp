@@ -2,7 +2,7 @@
 
 #include "HostTool/Check/SettingRules.h"
 #include "HostTool/Check/SlotRules.h"
-#include "HostTool/Nearest.h"
+#include "HostTool/Output/Nearest.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "HostTool/Board/Documents.h"
 #include "HostTool/Check/Arguments.h"
-#include "HostTool/Documents.h"
 
 #include <cstdint>
 #include <span>

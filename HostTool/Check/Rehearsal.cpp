@@ -2,7 +2,7 @@
 
 #include "HostTool/Check/ClassRules.h"
 #include "HostTool/Check/SettingRules.h"
-#include "HostTool/Nearest.h"
+#include "HostTool/Output/Nearest.h"
 
 #include <array>
 #include <cstdio>

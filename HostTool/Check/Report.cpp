@@ -1,7 +1,7 @@
 #include "HostTool/Check/Report.h"
 
-#include "HostTool/HostServices.h"
-#include "HostTool/Json.h"
+#include "HostTool/Host/HostServices.h"
+#include "HostTool/Output/Json.h"
 
 #include <algorithm>
 #include <tuple>

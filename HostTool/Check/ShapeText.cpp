@@ -1,6 +1,6 @@
 #include "HostTool/Check/ShapeText.h"
 
-#include "HostTool/Nearest.h"
+#include "HostTool/Output/Nearest.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #include "HostTool/Check/SlotRules.h"
 
-#include "HostTool/Nearest.h"
+#include "HostTool/Output/Nearest.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #include "HostTool/Watch/Fields.h"
 
-#include "HostTool/Setting.h"
-#include "HostTool/ValueText.h"
+#include "HostTool/Output/ValueText.h"
+#include "HostTool/Set/Setting.h"
 
 #include <algorithm>
 #include <array>

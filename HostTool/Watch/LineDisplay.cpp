@@ -1,6 +1,6 @@
 #include "HostTool/Watch/LineDisplay.h"
 
-#include "HostTool/Json.h"
+#include "HostTool/Output/Json.h"
 #include "HostTool/Watch/Lines.h"
 
 #include <array>

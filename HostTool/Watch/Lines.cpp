@@ -1,7 +1,7 @@
 #include "HostTool/Watch/Lines.h"
 
-#include "HostTool/Json.h"
-#include "HostTool/ValueText.h"
+#include "HostTool/Output/Json.h"
+#include "HostTool/Output/ValueText.h"
 #include "HostTool/Watch/Fields.h"
 
 #include <algorithm>

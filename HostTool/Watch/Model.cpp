@@ -1,8 +1,8 @@
 #include "HostTool/Watch/Model.h"
 
-#include "HostTool/EntryArguments.h"
-#include "HostTool/FanLimit.h"
-#include "HostTool/ValueText.h"
+#include "HostTool/Board/EntryArguments.h"
+#include "HostTool/Board/FanLimit.h"
+#include "HostTool/Output/ValueText.h"
 
 #include <algorithm>
 #include <cctype>

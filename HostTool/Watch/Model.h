@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HostTool/Devices.h"
+#include "HostTool/Host/Devices.h"
 
 #include <chrono>
 #include <optional>

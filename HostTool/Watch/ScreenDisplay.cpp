@@ -1,6 +1,6 @@
 #include "HostTool/Watch/ScreenDisplay.h"
 
-#include "HostTool/HostServices.h"
+#include "HostTool/Host/HostServices.h"
 #include "HostTool/Watch/Interaction.h"
 #include "HostTool/Watch/LineDisplay.h"
 #include "HostTool/Watch/Lines.h"

@@ -1,6 +1,6 @@
 #include "HostTool/Watch/ServerLink.h"
 
-#include "HostTool/Server.h"
+#include "HostTool/Host/Server.h"
 
 #include <systemd/sd-event.h>
 

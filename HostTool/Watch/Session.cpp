@@ -1,7 +1,7 @@
 #include "HostTool/Watch/Session.h"
 
-#include "HostTool/HostServices.h"
-#include "HostTool/SharedRegister.h"
+#include "HostTool/Board/SharedRegister.h"
+#include "HostTool/Host/HostServices.h"
 
 #include <systemd/sd-event.h>
 

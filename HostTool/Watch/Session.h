@@ -1,7 +1,7 @@
 #pragma once
 
 #include "HostTool/Commands.h"
-#include "HostTool/Setting.h"
+#include "HostTool/Set/Setting.h"
 #include "HostTool/Watch/Model.h"
 #include "HostTool/Watch/ServerLink.h"
 

@@ -1,7 +1,7 @@
 #include "HostTool/Watch/Terminal.h"
 
-#include "HostTool/AbortNote.h"
 #include "HostTool/Failure.h"
+#include "HostTool/Host/AbortNote.h"
 
 #define NCURSES_NOMACROS
 #include <curses.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HostTool/Setting.h"
+#include "HostTool/Set/Setting.h"
 
 #include <optional>
 #include <string>

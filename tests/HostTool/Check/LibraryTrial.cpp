@@ -1,10 +1,10 @@
 #include "tests/HostTool/Check/LibraryTrial.h"
 
 #include "EmulatedBoard/Document.h"
-#include "HostTool/Classes.h"
-#include "HostTool/Devices.h"
 #include "HostTool/Failure.h"
-#include "HostTool/HostServices.h"
+#include "HostTool/Host/Classes.h"
+#include "HostTool/Host/Devices.h"
+#include "HostTool/Host/HostServices.h"
 #include "tests/HostTool/Check/BoardSocket.h"
 
 #include <csignal>

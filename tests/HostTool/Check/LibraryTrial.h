@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HostTool/Library.h"
+#include "HostTool/Host/Library.h"
 #include "tests/HostTool/BoardFolder.h"
 
 #include <string>

@@ -1,6 +1,6 @@
 /// Noticing that the server goes and comes, with nothing but its socket.
 #include "HostTool/Watch/ServerLink.h"
-#include "HostTool/HostServices.h"
+#include "HostTool/Host/HostServices.h"
 #include "tests/HostTool/BoardFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,78 @@
+#include "HostTool/Board/SlotText.h"
+
+#include <rapidjson/document.h>
+
+#include <string_view>
+
+namespace HostTool {
+
+namespace {
+
+constexpr std::string_view placeholder = "{serialNum}";
+const std::string templateKey = "psuFdl_"; // and a number, from 1
+
+size_t placeholdersIn( std::string_view text ) {
+    size_t count = 0;
+    for ( size_t at = text.find( placeholder ); at != std::string_view::npos;
+          at = text.find( placeholder, at + placeholder.size() ) ) {
+        ++count;
+    }
+    return count;
+}
+
+std::string filled( std::string_view text, std::string_view serial ) {
+    std::string result;
+    for ( size_t at = text.find( placeholder ); at != std::string_view::npos;
+          at = text.find( placeholder ) ) {
+        result.append( text.substr( 0, at ) ).append( serial );
+        text.remove_prefix( at + placeholder.size() );
+    }
+    return result.append( text );
+}
+
+/// The serial number that makes this text of this template. All its places have the same one, so
+/// its length follows from that of the text.
+std::optional<std::string> serialIn( std::string_view description, std::string_view text ) {
+    const size_t count = placeholdersIn( text );
+    const size_t fixed = text.size() - count * placeholder.size();
+    if ( count == 0 || description.size() < fixed || ( description.size() - fixed ) % count != 0 ) {
+        return std::nullopt;
+    }
+    const size_t length = ( description.size() - fixed ) / count;
+    const std::string serial( description.substr( text.find( placeholder ), length ) );
+    return filled( text, serial ) == description ? std::optional( serial ) : std::nullopt;
+}
+
+const char *textMember( const rapidjson::Value &object, const std::string &key ) {
+    const auto member = object.FindMember( key.c_str() );
+    const bool isText = member != object.MemberEnd() && member->value.IsString();
+    return isText ? member->value.GetString() : nullptr;
+}
+
+} // namespace
+
+std::optional<PartIdentity> identityIn( const std::string &description,
+                                        const std::string &arguments ) {
+    if ( arguments.find( templateKey ) == std::string::npos ) {
+        return std::nullopt; // a tray has none, and its arguments need not be parsed
+    }
+    rapidjson::Document document;
+    document.Parse( arguments.c_str() );
+    if ( !document.IsObject() || !document.HasMember( "driverArgs" ) ||
+         !document["driverArgs"].IsObject() ) {
+        return std::nullopt;
+    }
+    const rapidjson::Value &settings = document["driverArgs"];
+    for ( int number = 1;; ++number ) {
+        const char *model = textMember( settings, "model_" + std::to_string( number ) );
+        const char *text = textMember( settings, templateKey + std::to_string( number ) );
+        if ( model == nullptr || text == nullptr ) {
+            return std::nullopt;
+        }
+        if ( const std::optional<std::string> serial = serialIn( description, text ) ) {
+            return PartIdentity{ model, *serial };
+        }
+    }
+}
+
+} // namespace HostTool

@@ -1,0 +1,50 @@
+#include "HostTool/Board/SlotText.h"
+
+#include <gtest/gtest.h>
+
+using namespace HostTool;
+
+/// "MODEL/SERIAL", or "nothing".
+static std::string identity( const std::string &description, const std::string &settings ) {
+    const auto found = identityIn( description, "{\"driverArgs\":{" + settings + "}}" );
+    return found ? found->model + "/" + found->serial : "nothing";
+}
+
+constexpr const char *twoModels = R"("psuId":1,"model_1":"A","psuFdl_1":"PS A { '{serialNum}' }",
+                                     "model_2":"B","psuFdl_2":"PS B { '{serialNum}' }")";
+
+TEST( SlotTextTest, TemplateThatMakesTheTextTellsTheModel ) {
+    EXPECT_EQ( "A/S 1 ", identity( "PS A { 'S 1 ' }", twoModels ) );
+    EXPECT_EQ( "B/X", identity( "PS B { 'X' }", twoModels ) );
+    EXPECT_EQ( "B/", identity( "PS B { '' }", twoModels ) );
+}
+
+TEST( SlotTextTest, TextOfNoTemplateTellsNothing ) {
+    for ( const char *other : { "", "PS C { 'X' }", "PS A { 'X }", "S A { 'X' }", "PS A { ' }" } ) {
+        EXPECT_EQ( "nothing", identity( other, twoModels ) ) << other;
+    }
+}
+
+TEST( SlotTextTest, EveryPlaceHasTheSameSerialNumber ) {
+    const char *twice = R"("model_1":"A","psuFdl_1":"{serialNum}-{serialNum}")";
+    EXPECT_EQ( "A/xy", identity( "xy-xy", twice ) );
+    EXPECT_EQ( "nothing", identity( "xy-xz", twice ) );
+    EXPECT_EQ( "nothing", identity( "xy-x", twice ) );
+    EXPECT_EQ( "A/a-b", identity( "a-b-a-b", twice ) );
+}
+
+TEST( SlotTextTest, TemplateWithoutAPlaceIsNeverFilled ) {
+    EXPECT_EQ( "nothing", identity( "PS", R"("model_1":"A","psuFdl_1":"PS")" ) );
+}
+
+TEST( SlotTextTest, ModelsAreNumberedWithoutGaps ) {
+    EXPECT_EQ( "nothing", identity( "-x", R"("model_2":"B","psuFdl_2":"-{serialNum}")" ) );
+    EXPECT_EQ( "nothing", identity( "-x", R"("model_1":"B")" ) );
+    EXPECT_EQ( "nothing", identity( "-x", R"("model_1":7,"psuFdl_1":"-{serialNum}")" ) );
+}
+
+TEST( SlotTextTest, ArgumentsWithoutSettingsTellNothing ) {
+    for ( const char *arguments : { "", "[]", "{}", "{\"driverArgs\":1}" } ) {
+        EXPECT_FALSE( identityIn( "x", arguments ) ) << arguments;
+    }
+}
