@@ -104,6 +104,7 @@ void ServerProcess::start() {
     command.insert( command.end(), arguments_.begin(), arguments_.end() );
     const std::string earlier = this->log();
     logEnded_ = false;
+    stopped_ = false;
     pid_ = spawn( command, log[1] );
     close( log[1] );
     reader_ = std::thread( &ServerProcess::readLog, this, log[0] );
@@ -147,7 +148,9 @@ int ServerProcess::stop() {
         return 0;
     }
     ::kill( pid_, SIGTERM );
-    ::kill( pid_, SIGCONT );
+    if ( stopped_ ) {
+        signal( SIGCONT );
+    }
     return collect();
 }
 
@@ -166,6 +169,7 @@ void ServerProcess::restart() {
 void ServerProcess::signal( int number ) {
     if ( running() ) {
         ::kill( pid_, number );
+        stopped_ = number == SIGSTOP || ( stopped_ && number != SIGCONT );
     }
 }
 
