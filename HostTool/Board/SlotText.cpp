@@ -49,12 +49,36 @@ const char *textMember( const rapidjson::Value &object, const std::string &key )
     return isText ? member->value.GetString() : nullptr;
 }
 
+/// The text in quotes behind a name.
+std::optional<std::string> quotedBehind( std::string_view description, std::string_view name ) {
+    const size_t at = description.find( name );
+    if ( at == std::string_view::npos ) {
+        return std::nullopt;
+    }
+    const std::string_view rest = description.substr( at + name.size() );
+    const size_t end = rest.find( '\'' );
+    return end == std::string_view::npos ? std::nullopt
+                                         : std::optional( std::string( rest.substr( 0, end ) ) );
+}
+
+std::optional<PartIdentity> trayIn( std::string_view description ) {
+    const auto model = quotedBehind( description, "fanTray.modelName = '" );
+    if ( !model ) {
+        return std::nullopt;
+    }
+    auto serial = quotedBehind( description, "fanTray.serialNum = '" );
+    if ( serial == "N/A" ) {
+        serial.reset();
+    }
+    return PartIdentity{ *model, serial };
+}
+
 } // namespace
 
 std::optional<PartIdentity> identityIn( const std::string &description,
                                         const std::string &arguments ) {
     if ( arguments.find( templateKey ) == std::string::npos ) {
-        return std::nullopt; // a tray has none, and its arguments need not be parsed
+        return trayIn( description ); // its arguments need not be parsed
     }
     rapidjson::Document document;
     document.Parse( arguments.c_str() );

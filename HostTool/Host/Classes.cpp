@@ -1,13 +1,16 @@
 #include "HostTool/Host/Classes.h"
 
+#include "HostTool/Board/EntryArguments.h"
 #include "HostTool/Board/SlotText.h"
 #include "HostTool/Host/HostServices.h"
 #include "HostTool/Host/Provides.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -45,15 +48,28 @@ Reading finished( pl_status status, Reading::Value value ) {
     return Reading::of( std::move( value ) );
 }
 
+// No device reads as one of these. The first is a NaN that no arithmetic gives, the second is no
+// truth value, no speed of a fan and no state of a line.
+template <class Value>
+constexpr Value untouched = std::bit_cast<Value>( 0x7FC5'A5A5 );
+
+template <class Value>
+bool isUntouched( const Value &value ) {
+    return memcmp( &value, &untouched<Value>, sizeof value ) == 0;
+}
+
 /// Calls a slot that reads one value of type Value and keeps it as a value of type Shown.
 template <class Shown, class Ops, class Record, class Value>
 Reading call( const Ops *ops, pl_status ( *Ops::*slot )( Record *, Value * ), Record *record ) {
     if ( !provides( ops, slot ) ) {
         return unsupported();
     }
-    Value value{};
+    Value value = untouched<Value>;
     HostServices::get().forgetLines();
     const pl_status status = ( ops->*slot )( record, &value );
+    if ( status == PL_STATUS_OK && isUntouched( value ) ) {
+        return Reading::unread( "the driver answers without reading it" );
+    }
     return finished( status, static_cast<Shown>( value ) );
 }
 
@@ -102,13 +118,17 @@ std::array<Reading, 2> identityReadings( pl_status status, const char *text, con
     }
     const auto identity = identityIn( text ? text : "", entry.arguments );
     if ( !identity ) {
-        const Reading none = { {},
-                               PL_STATUS_NOT_SUPPORTED,
-                               "the description is made by none of the entry's templates" };
+        const Reading none = {
+            {},
+            PL_STATUS_NOT_SUPPORTED,
+            "the description names no model, and none of the entry's templates makes it"
+        };
         return { none, none };
     }
     return { Reading::of( printable( identity->model ) ),
-             Reading::of( printable( identity->serial ) ) };
+             identity->serial
+                 ? Reading::of( printable( *identity->serial ) )
+                 : Reading{ {}, PL_STATUS_NOT_SUPPORTED, "the part has no serial number" } };
 }
 
 Readings readSlot( void *record, const Entry &entry ) {
@@ -140,10 +160,12 @@ Reading cagePresence( const Ops &ops, pl_xcvr *xcvr ) {
     return Reading::failed( status );
 }
 
-Readings readSfp( pl_xcvr *xcvr ) {
+// A cage without the fault line answers "no fault", and nobody has read that.
+Readings readSfp( pl_xcvr *xcvr, const Entry &entry ) {
     const pl_sfp_ops &ops = xcvr->ops->u.sfp;
+    const bool hasTxFault = driverArgument( entry, "txFaultSupported" ) != "false";
     return listOf( { Reading::of( std::string( "sfp" ) ), cagePresence( ops, xcvr ),
-                     call<bool>( &ops, &pl_sfp_ops::getTxFault, xcvr ),
+                     hasTxFault ? call<bool>( &ops, &pl_sfp_ops::getTxFault, xcvr ) : unsupported(),
                      call<bool>( &ops, &pl_sfp_ops::getRxLos, xcvr ),
                      call<bool>( &ops, &pl_sfp_ops::getTxDisable, xcvr ), unsupported(),
                      unsupported(), unsupported(), unsupported() } );
@@ -159,9 +181,9 @@ Readings readQsfp( pl_xcvr *xcvr ) {
                      call<bool>( &ops, &pl_qsfp_ops::getInterrupt, xcvr ) } );
 }
 
-Readings readXcvr( void *record, const Entry & ) {
+Readings readXcvr( void *record, const Entry &entry ) {
     auto *xcvr = static_cast<pl_xcvr *>( record );
-    return xcvr->ops->type == PL_XCVR_QSFP ? readQsfp( xcvr ) : readSfp( xcvr );
+    return xcvr->ops->type == PL_XCVR_QSFP ? readQsfp( xcvr ) : readSfp( xcvr, entry );
 }
 
 Readings readGpio( void *record, const Entry & ) {
@@ -204,6 +226,10 @@ void *addSmbus( const Library &library, const char *entryPoint, const Entry &ent
     const std::string &text = entry.bus.empty() ? entry.arguments : entry.bus;
     return library.entryPoint<pl_smbus *( const char *, unsigned )>( entryPoint )( text.c_str(),
                                                                                    entry.address );
+}
+
+constexpr Column polled( const char *key ) {
+    return { key, "", 0, false, true };
 }
 
 // The transceiver driver polls once a second.
@@ -252,14 +278,14 @@ const std::array<ClassRow, std::size( classNames )> rows = { {
       "pl_xcvr_add",
       addByArguments<pl_xcvr>,
       { { "type", "", 0 },
-        { "present", "", 0 },
-        { "tx_fault", "", 0 },
-        { "rx_los", "", 0 },
-        { "tx_disable", "", 0 },
-        { "mod_sel", "", 0 },
-        { "lp_mode", "", 0 },
-        { "reset", "", 0 },
-        { "interrupt", "", 0 } },
+        polled( "present" ),
+        polled( "tx_fault" ),
+        polled( "rx_los" ),
+        polled( "tx_disable" ),
+        polled( "mod_sel" ),
+        polled( "lp_mode" ),
+        polled( "reset" ),
+        polled( "interrupt" ) },
       readXcvr,
       oneTransceiverPoll },
     { DeviceClass::led, "pl_led_init", "pl_led_add", addByArguments<pl_led>, {}, readNothing, 0 },
@@ -308,7 +334,7 @@ State judge( const Entry &entry, const Readings &readings ) {
         if ( key == "power_ok" && !std::get<bool>( readings[i].value ) ) {
             return State::bad;
         }
-        if ( key == "present" && !std::get<bool>( readings[i].value ) ) {
+        if ( key == "present" && readings[i].hasValue() && !std::get<bool>( readings[i].value ) ) {
             return State::absent;
         }
     }

@@ -48,6 +48,28 @@ Device add( const Library &library, const Entry &entry ) {
     return device;
 }
 
+/// What is answered from a poll is as old as the poll. The library begins to poll a register when
+/// it is first asked for it, and answers with a 0 that nobody has read until then.
+void stampPolled( Device &device, Moment now ) {
+    const Moment askedAt = *( device.askedAt = device.askedAt.value_or( now ) );
+    const HostServices &services = HostServices::get();
+    if ( !services.polls() ) {
+        return;
+    }
+    const std::optional<Moment> polledAt = services.lastPoll();
+    for ( size_t i = 0; i < device.readings.size(); ++i ) {
+        Reading &reading = device.readings[i];
+        if ( !device.row->columns[i].isPolled || !reading.hasValue() ) {
+            continue;
+        }
+        if ( polledAt && *polledAt >= askedAt ) {
+            reading.polledAt = polledAt;
+        } else {
+            reading = Reading::unread( "the library has not polled it yet" );
+        }
+    }
+}
+
 } // namespace
 
 void makeSureOfServer( const Options &options, const Board &board ) {
@@ -100,8 +122,10 @@ std::vector<Device> addDevices( const Library &library, const Options &options, 
 void readDevice( Device &device ) {
     const AbortNote note(
         { "while reading '", device.entry->name, "' (", device.entry->place, ")" } );
+    const Moment now = std::chrono::steady_clock::now();
     try {
         device.readings = device.row->read( device.record, *device.entry );
+        stampPolled( device, now );
     } catch ( const std::exception &exception ) {
         device.readings = allFailed( device.row->columns.size(), PL_STATUS_FAILED,
                                      printable( exception.what() ) );

@@ -5,6 +5,7 @@
 #include "HostTool/Host/Library.h"
 #include "HostTool/Options.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,8 @@ struct Device {
     void *record;        ///< null when the library refused
     std::string refusal; ///< the library's own lines about it; empty when it did not refuse
 
-    std::vector<Reading> readings; ///< one a column of the class; filled by readDevices()
+    std::optional<Moment> askedAt = std::nullopt; ///< first
+    std::vector<Reading> readings = {}; ///< one a column of the class; filled by readDevices()
     State state = State::added;
 };
 

@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <utility>
 
 namespace HostTool {
 
@@ -28,6 +29,10 @@ constexpr uint64_t millisecondsPerSecond = 1000;
 constexpr int leastImportantKept = 3;
 // What failed, and what failed because of it.
 constexpr size_t mostLinesKept = 3;
+
+// The library's own words before it arms a timer to poll from.
+constexpr int pollLevel = 0;
+constexpr const char *pollTrace = "setting polling interval to %ums";
 
 // The library's own words when its one blink timer fires.
 constexpr int blinkLevel = 4;
@@ -135,9 +140,35 @@ void HostServices::timersAreHeld( bool held ) {
 
 void HostServices::forget( const pl_timer *timer ) {
     deferred_.erase( std::remove( deferred_.begin(), deferred_.end(), timer ), deferred_.end() );
+    std::erase_if( pollers_, [=]( const Poller &each ) { return each.timer == timer; } );
+}
+
+void HostServices::isArmed( pl_timer *timer ) {
+    if ( std::exchange( armsPoller_, false ) ) {
+        pollers_.push_back( { timer, std::nullopt } );
+    }
+}
+
+void HostServices::hasFired( const pl_timer *timer ) {
+    for ( Poller &each : pollers_ ) {
+        if ( each.timer == timer ) {
+            each.polledAt = std::chrono::steady_clock::now();
+        }
+    }
+}
+
+std::optional<std::chrono::steady_clock::time_point> HostServices::lastPoll() const {
+    // "Never" is less than any time.
+    const auto longestAgo = std::min_element(
+        pollers_.begin(), pollers_.end(),
+        []( const Poller &left, const Poller &right ) { return left.polledAt < right.polledAt; } );
+    return longestAgo == pollers_.end() ? std::nullopt : longestAgo->polledAt;
 }
 
 void HostServices::hear( int level, const char *format ) {
+    if ( level == pollLevel && strcmp( format, pollTrace ) == 0 ) {
+        armsPoller_ = true;
+    }
     if ( level == blinkLevel && strcmp( format, blinkTrace ) == 0 ) {
         ++blinks_;
     }
@@ -192,6 +223,7 @@ static int timerFires( sd_event_source *, uint64_t, void *userdata ) {
     // An exception may not travel through the event loop, which is C.
     try {
         timer->callback( timer->context );
+        HostServices::get().hasFired( timer );
     } catch ( const std::exception &exception ) {
         fprintf( stderr, "kavractl: a timer of the library failed: %s\n", exception.what() );
     }
@@ -213,6 +245,7 @@ extern "C" int pl_timer_set( pl_timer *timer, int period ) {
     if ( period < 0 ) {
         return -1;
     }
+    HostServices::get().isArmed( timer );
     const uint64_t delay = static_cast<uint64_t>( period ) * microsecondsPerMillisecond;
     if ( sd_event_source_set_time_relative( timer->source, delay ) < 0 ) {
         return -1;

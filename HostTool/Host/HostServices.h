@@ -2,6 +2,7 @@
 
 #include <PlatformLibrary/pl.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,6 +47,14 @@ class HostServices {
     void defer( pl_timer *timer ) { deferred_.push_back( timer ); }
     void forget( const pl_timer *timer );
 
+    /// True when the library polls from a timer.
+    bool polls() const { return !pollers_.empty(); }
+    /// What is answered from a poll is as old as this: the latest poll of the timer that has waited
+    /// longest. Nothing until each of them has polled.
+    std::optional<std::chrono::steady_clock::time_point> lastPoll() const;
+    void isArmed( pl_timer *timer );
+    void hasFired( const pl_timer *timer );
+
     /// Notes a trace that a host can learn from.
     void hear( int level, const char *format );
     /// How often the lamps that blink have changed over. All of them share one phase: the first
@@ -60,6 +69,12 @@ class HostServices {
     sd_event *loop_ = nullptr;
     bool holdsTimers_ = false;
     std::vector<pl_timer *> deferred_;
+    struct Poller {
+        pl_timer *timer;
+        std::optional<std::chrono::steady_clock::time_point> polledAt;
+    };
+    bool armsPoller_ = false; ///< the timer that is armed next is one to poll from
+    std::vector<Poller> pollers_;
     unsigned blinks_ = 0;
 };
 

@@ -61,6 +61,20 @@ bool isTrouble( State state ) {
     return find( state ).isTrouble;
 }
 
+const char *nameOf( Freshness freshness ) {
+    switch ( freshness ) {
+    case Freshness::fresh:
+        return "fresh";
+    case Freshness::old:
+        return "old";
+    case Freshness::never:
+        return "never";
+    case Freshness::none:
+        break;
+    }
+    return "none";
+}
+
 std::string nameOf( pl_status status ) {
     const StatusRow *row = find( status );
     return row ? row->name : "status " + std::to_string( status );
@@ -74,6 +88,27 @@ const char *meaningOf( pl_status status ) {
 Reading Reading::failed( pl_status status ) {
     const std::string lastLine = HostServices::get().lastLine();
     return { {}, status, lastLine.empty() ? meaningOf( status ) : lastLine };
+}
+
+Freshness Reading::freshness() const {
+    if ( hasValue() ) {
+        return polledAt ? Freshness::old : Freshness::fresh;
+    }
+    const bool isNothing = status == PL_STATUS_NOT_SUPPORTED || status == PL_STATUS_NOT_PRESENT;
+    return isNothing ? Freshness::none : Freshness::never;
+}
+
+std::optional<std::chrono::duration<double>> Reading::age( Moment now ) const {
+    if ( !hasValue() ) {
+        return std::nullopt;
+    }
+    return polledAt ? now - *polledAt : std::chrono::duration<double>::zero();
+}
+
+std::string whyNoValue( const Reading &reading ) {
+    return reading.freshness() == Freshness::none || reading.status == PL_STATUS_OK
+               ? reading.reason
+               : nameOf( reading.status ) + ": " + reading.reason;
 }
 
 std::vector<Reading> allFailed( size_t count, pl_status status, const std::string &reason ) {

@@ -33,6 +33,9 @@ std::string valueText( const Reading &reading, const Column &column ) {
     if ( reading.status == PL_STATUS_NOT_SUPPORTED ) {
         return "n/a";
     }
+    if ( !reading.hasValue() && reading.status == PL_STATUS_OK ) {
+        return "unread";
+    }
     return std::visit( ValueText{ column }, reading.value );
 }
 

@@ -13,28 +13,29 @@ namespace HostTool {
 namespace {
 
 constexpr int thresholdDecimals = 1;
-constexpr size_t columnsBesideReadings = 5; // name, two thresholds, state and reason
+constexpr int ageDecimals = 1;
+constexpr size_t columnsBesideReadings = 6; // name, two thresholds, age, state and reason
 
 /// Why values are missing, each reason once with the values that it is the reason of.
 std::string reasonsOf( const Device &device ) {
+    if ( !device.record ) {
+        return device.refusal;
+    }
     std::vector<std::pair<std::string, std::string>> groups;
     for ( size_t i = 0; i < device.readings.size(); ++i ) {
         const Reading &reading = device.readings[i];
-        if ( reading.hasValue() || reading.status == PL_STATUS_NOT_SUPPORTED ) {
+        if ( reading.status == PL_STATUS_OK || reading.status == PL_STATUS_NOT_SUPPORTED ) {
             continue;
         }
         const std::string key = device.row->columns[i].key;
-        const auto group = std::find_if( groups.begin(), groups.end(), [&]( const auto &each ) {
-            return each.first == reading.reason;
-        } );
+        const std::string reason = whyNoValue( reading );
+        const auto group = std::find_if( groups.begin(), groups.end(),
+                                         [&]( const auto &each ) { return each.first == reason; } );
         if ( group == groups.end() ) {
-            groups.emplace_back( reading.reason, key );
+            groups.emplace_back( reason, key );
         } else {
             group->second += ", " + key;
         }
-    }
-    if ( groups.empty() ) {
-        return device.refusal;
     }
     if ( groups.size() == 1 ) {
         return groups.front().first;
@@ -60,6 +61,21 @@ std::string heading( std::string key ) {
     return key;
 }
 
+bool isPolled( const ClassRow &row ) {
+    return std::any_of( row.columns.begin(), row.columns.end(),
+                        []( const Column &each ) { return each.isPolled; } );
+}
+
+/// How old the oldest of its values is.
+std::string ageOf( const Device &device ) {
+    std::optional<std::chrono::duration<double>> oldest;
+    const Moment now = std::chrono::steady_clock::now();
+    for ( const Reading &reading : device.readings ) {
+        oldest = std::max( oldest, reading.age( now ) );
+    }
+    return oldest ? numberText( oldest->count(), ageDecimals, "s" ) : "--";
+}
+
 Table tableFor( const ClassRow &row, bool withDescriptions ) {
     std::vector<std::string> headings = { "NAME" };
     for ( const Column &column : row.columns ) {
@@ -69,6 +85,9 @@ Table tableFor( const ClassRow &row, bool withDescriptions ) {
     }
     if ( row.deviceClass == DeviceClass::tempSensor ) {
         headings.insert( headings.end(), { "ALERT", "CRITICAL" } );
+    }
+    if ( isPolled( row ) ) {
+        headings.push_back( "AGE" );
     }
     headings.insert( headings.end(), { "STATE", "REASON" } );
     return Table( headings );
@@ -102,6 +121,9 @@ TableRow rowFor( const Device &device, bool withDescriptions ) {
                   Align::right } );
         }
     }
+    if ( isPolled( *device.row ) ) {
+        row.cells.push_back( { ageOf( device ), Align::right } );
+    }
     row.cells.push_back( { nameOf( device.state ), Align::left, colour } );
     row.cells.push_back( { reasonsOf( device ) } );
     return row;
@@ -116,6 +138,15 @@ struct ValueJson {
     void operator()( const std::string &value ) const { writeText( writer, value ); }
 };
 
+void writeAge( JsonWriter &writer, const Reading &reading ) {
+    const auto age = reading.age( std::chrono::steady_clock::now() );
+    if ( age ) {
+        writeFloat( writer, static_cast<float>( age->count() ) );
+    } else {
+        writer.Null();
+    }
+}
+
 void writeReading( JsonWriter &writer, const Column &column, const Reading &reading ) {
     writer.Key( column.key );
     writer.StartObject();
@@ -127,6 +158,10 @@ void writeReading( JsonWriter &writer, const Column &column, const Reading &read
     writeText( writer, nameOf( reading.status ) );
     writer.Key( "reason" );
     writeTextOrNull( writer, reading.reason );
+    writer.Key( "freshness" );
+    writer.String( nameOf( reading.freshness() ) );
+    writer.Key( "age_s" );
+    writeAge( writer, reading );
     writer.EndObject();
 }
 

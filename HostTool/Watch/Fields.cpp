@@ -13,7 +13,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto freshFor = 3s;
+constexpr auto newFor = 3s; // a change
+constexpr auto oldAfter = 5s;
 constexpr long long secondsPerMinute = 60;
 constexpr long long secondsPerHour = 3600;
 constexpr int fullPercent = 100;
@@ -47,7 +48,19 @@ std::string lastGoodText( const Sample &sample, const Column &column ) {
 }
 
 bool isFailure( const Reading &reading ) {
-    return !reading.hasValue() && reading.status != PL_STATUS_NOT_SUPPORTED;
+    return !reading.hasValue() && reading.status != PL_STATUS_NOT_SUPPORTED &&
+           reading.status != PL_STATUS_OK;
+}
+
+/// "6 s old" behind values that are.
+void appendAge( Texts &texts, const Item &item, Moment now ) {
+    const auto old =
+        std::find_if( item.samples.begin(), item.samples.end(), [=]( const Sample &each ) {
+            return each.reading.hasValue() && now - each.lastGoodAt > oldAfter;
+        } );
+    if ( old != item.samples.end() ) {
+        texts.push_back( ageText( old->lastGoodAt, now ) + " old" );
+    }
 }
 
 const Column &columnOf( const Item &item, size_t i ) {
@@ -55,18 +68,21 @@ const Column &columnOf( const Item &item, size_t i ) {
 }
 
 Texts fieldsOfFailure( const Item &item, Moment now ) {
+    if ( !item.device.record ) {
+        return { nameOf( item.state ), item.device.refusal };
+    }
     for ( size_t i = 0; i < item.samples.size(); ++i ) {
         const Sample &sample = item.samples[i];
         if ( !isFailure( sample.reading ) ) {
             continue;
         }
         if ( !sample.lastGood.hasValue() ) {
-            return { nameOf( item.state ), sample.reading.reason };
+            return { nameOf( item.state ), whyNoValue( sample.reading ) };
         }
         return { nameOf( item.state ), ageText( sample.lastGoodAt, now ),
-                 lastGoodText( sample, columnOf( item, i ) ), sample.reading.reason };
+                 lastGoodText( sample, columnOf( item, i ) ), whyNoValue( sample.reading ) };
     }
-    return { nameOf( item.state ), item.device.refusal };
+    return { nameOf( item.state ) };
 }
 
 /// The values in these columns, in their order.
@@ -170,7 +186,7 @@ std::vector<std::string> fieldsOf( const Item &item, Moment now ) {
         return { nameOf( item.state ) };
     }
     if ( !item.wasRead ) {
-        return { "..." };
+        return { "unread" };
     }
     Texts texts = fieldsOfClass( item );
     if ( isTrouble( item.state ) ) {
@@ -179,6 +195,7 @@ std::vector<std::string> fieldsOf( const Item &item, Moment now ) {
     if ( texts.empty() ) {
         texts.emplace_back( nameOf( item.state ) );
     }
+    appendAge( texts, item, now );
     return texts;
 }
 
@@ -193,6 +210,8 @@ std::vector<std::string> readingsOf( const Item &item, Moment now ) {
         std::string text = shortNameOf( column.key ) + " ";
         if ( sample.reading.hasValue() ) {
             text += oneLine( valueText( sample.reading, column ) );
+        } else if ( !isFailure( sample.reading ) ) {
+            text += valueText( sample.reading, column );
         } else {
             text += !sample.lastGood.hasValue()
                         ? "failed"
@@ -201,6 +220,7 @@ std::vector<std::string> readingsOf( const Item &item, Moment now ) {
         }
         texts.push_back( text );
     }
+    appendAge( texts, item, now );
     return texts;
 }
 
@@ -213,7 +233,7 @@ Tint tintOf( State state ) {
 
 bool hasJustChanged( const Item &item, Moment now ) {
     const auto isFresh = [&]( const std::optional<Moment> &at ) {
-        return at && now - *at < freshFor;
+        return at && now - *at < newFor;
     };
     return isFresh( item.stateChangedAt ) ||
            std::any_of( item.samples.begin(), item.samples.end(),

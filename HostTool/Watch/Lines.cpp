@@ -14,7 +14,8 @@ static std::string oneLine( std::string text ) {
 }
 
 std::string changeText( const Model &model, const Change &change ) {
-    const std::string reason = change.reason.empty() ? "" : ": " + oneLine( change.reason );
+    const std::string why = change.reading ? whyNoValue( *change.reading ) : "";
+    const std::string reason = why.empty() ? "" : ": " + oneLine( why );
     return model.items()[change.item].entry().name + ": " + change.key + " " +
            oneLine( change.before ) + " -> " + oneLine( change.after ) + reason;
 }
@@ -34,8 +35,13 @@ std::string changeAsJson( const Model &model, const Change &change, double time 
     writeTextOrNull( writer, change.before );
     writer.Key( "after" );
     writeTextOrNull( writer, change.after );
+    const std::optional<Reading> &reading = change.reading;
+    writer.Key( "status" );
+    writeTextOrNull( writer, reading ? nameOf( reading->status ) : "" );
     writer.Key( "reason" );
-    writeTextOrNull( writer, change.reason );
+    writeTextOrNull( writer, reading ? reading->reason : "" );
+    writer.Key( "freshness" );
+    writeTextOrNull( writer, reading ? nameOf( reading->freshness() ) : "" );
     writer.EndObject();
     return buffer.GetString();
 }
@@ -53,13 +59,15 @@ std::string firstText( const Item &item, Moment now ) {
 
 std::vector<Change> firstChanges( const Model &model, size_t index ) {
     const Item &item = model.items()[index];
-    std::vector<Change> changes = { { index, "state", "", nameOf( item.state ),
-                                      item.device.refusal } };
+    std::optional<Reading> refusal;
+    if ( !item.device.refusal.empty() ) {
+        refusal = Reading{ {}, PL_STATUS_FAILED, item.device.refusal };
+    }
+    std::vector<Change> changes = { { index, "state", "", nameOf( item.state ), refusal } };
     for ( size_t i = 0; i < item.samples.size(); ++i ) {
         const Column &column = item.device.row->columns[i];
         const Reading &reading = item.samples[i].reading;
-        changes.push_back(
-            { index, column.key, "", valueText( reading, column ), reading.reason } );
+        changes.push_back( { index, column.key, "", valueText( reading, column ), reading } );
     }
     return changes;
 }

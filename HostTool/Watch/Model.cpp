@@ -37,7 +37,7 @@ void take( Sample &sample, const Reading &reading, Moment now ) {
     sample.reading = reading;
     if ( reading.hasValue() ) {
         sample.lastGood = reading;
-        sample.lastGoodAt = now;
+        sample.lastGoodAt = reading.polledAt.value_or( now );
     }
 }
 
@@ -102,11 +102,12 @@ std::vector<Change> Model::update( size_t index, Moment now ) {
         }
         item.samples[i].changedAt = now;
         changes.push_back( { index, column.key, valueText( before, column ),
-                             valueText( device.readings[i], column ), device.readings[i].reason } );
+                             valueText( device.readings[i], column ), device.readings[i] } );
     }
     if ( !isFirst && item.state != device.state ) {
         item.stateChangedAt = now;
-        changes.push_back( { index, "state", nameOf( item.state ), nameOf( device.state ), "" } );
+        changes.push_back(
+            { index, "state", nameOf( item.state ), nameOf( device.state ), std::nullopt } );
     }
     item.state = device.state;
     if ( item.entry().deviceClass == DeviceClass::slot && ( isFirst || !changes.empty() ) ) {

@@ -2,20 +2,17 @@
 
 #include "HostTool/Host/Devices.h"
 
-#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace HostTool::Watch {
 
-using Moment = std::chrono::steady_clock::time_point;
-
 /// One value of a device over time.
 struct Sample {
     Reading reading;
-    Reading lastGood; ///< without a value as long as there was none
-    Moment lastGoodAt;
+    Reading lastGood;                ///< without a value as long as there was none
+    Moment lastGoodAt;               ///< when its chip was asked
     std::optional<Moment> changedAt; ///< nothing until it changes for the first time
 };
 
@@ -51,7 +48,8 @@ struct Change {
     std::string key; ///< a column's, or "state"
     std::string before;
     std::string after;
-    std::string reason; ///< why there is no value now; empty when there is one
+    std::optional<Reading>
+        reading; ///< a column's, as it is now; a state has one when it has a reason
 };
 
 /// What a host knows of a board while it watches it.

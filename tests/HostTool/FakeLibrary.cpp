@@ -43,11 +43,17 @@ pl_status statusOf( const Record *record ) {
 /// Writes the output also on failure: a careful host does not look at it then.
 template <auto value, class Record, class Out>
 pl_status answer( Record *record, Out *out ) {
+    if ( behaves( record, "reads-nothing" ) ) {
+        return PL_STATUS_OK;
+    }
     *out = static_cast<Out>( value );
     return statusOf( record );
 }
 
 pl_status temperature( pl_temp_sensor *sensor, float *celsius ) {
+    if ( behaves( sensor, "reads-nothing" ) ) {
+        return PL_STATUS_OK;
+    }
     *celsius = behaves( sensor, "hot" )       ? 50.0F
                : behaves( sensor, "burning" ) ? 60.0F
                : behaves( sensor, "nan" )     ? NAN
@@ -269,6 +275,7 @@ extern "C" pl_xcvr *pl_xcvr_add( const char *arguments ) {
     static const pl_xcvr_ops qsfp = qsfpOps();
     if ( !pollTimer ) {
         pollTimer = pl_timer_add( poll, nullptr );
+        pl_trace( 0, "setting polling interval to %ums", pollMilliseconds );
         pl_timer_set( pollTimer, pollMilliseconds );
     }
     return add<pl_xcvr>( arguments, strstr( arguments, "qsfp" ) ? qsfp : sfp );

@@ -7,7 +7,7 @@ using namespace HostTool;
 /// "MODEL/SERIAL", or "nothing".
 static std::string identity( const std::string &description, const std::string &settings ) {
     const auto found = identityIn( description, "{\"driverArgs\":{" + settings + "}}" );
-    return found ? found->model + "/" + found->serial : "nothing";
+    return found ? found->model + "/" + found->serial.value_or( "none" ) : "nothing";
 }
 
 constexpr const char *twoModels = R"("psuId":1,"model_1":"A","psuFdl_1":"PS A { '{serialNum}' }",
@@ -41,6 +41,15 @@ TEST( SlotTextTest, ModelsAreNumberedWithoutGaps ) {
     EXPECT_EQ( "nothing", identity( "-x", R"("model_2":"B","psuFdl_2":"-{serialNum}")" ) );
     EXPECT_EQ( "nothing", identity( "-x", R"("model_1":"B")" ) );
     EXPECT_EQ( "nothing", identity( "-x", R"("model_1":7,"psuFdl_1":"-{serialNum}")" ) );
+}
+
+TEST( SlotTextTest, TrayNamesItsModel ) {
+    const std::string model = "fanTray = device.fanTray\nfanTray.modelName = 'FAN-1U-F'\n";
+    const char *fanId = R"("fanId":1)";
+    EXPECT_EQ( "FAN-1U-F/none", identity( model, fanId ) );
+    EXPECT_EQ( "FAN-1U-F/none", identity( model + "fanTray.serialNum = 'N/A'\n", fanId ) );
+    EXPECT_EQ( "FAN-1U-F/K1", identity( model + "fanTray.serialNum = 'K1'\n", fanId ) );
+    EXPECT_EQ( "nothing", identity( "fanTray.modelName = 'FAN", fanId ) );
 }
 
 TEST( SlotTextTest, ArgumentsWithoutSettingsTellNothing ) {

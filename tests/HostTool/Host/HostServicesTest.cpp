@@ -187,3 +187,55 @@ TEST_F( HostServicesTest, BlinksAreHeardFromTheLibrary ) {
     pl_trace( 4, "%s(%p)", "tick", static_cast<void *>( nullptr ) );
     EXPECT_EQ( before + 1, host().blinks() );
 }
+
+/// A timer that the library polls from, as it announces one.
+struct Poller {
+    explicit Poller( int period ) : timer( pl_timer_add( []( void * ) {}, nullptr ) ) {
+        pl_trace( 0, "setting polling interval to %ums", static_cast<unsigned>( period ) );
+        pl_timer_set( timer, period );
+    }
+    ~Poller() { pl_timer_delete( timer ); }
+
+    pl_timer *timer;
+};
+
+TEST_F( HostServicesTest, OtherTimersAreNoPollers ) {
+    pl_timer *timer = pl_timer_add( []( void * ) {}, nullptr );
+    pl_timer_set( timer, 1 );
+    host().runFor( 5 );
+    EXPECT_FALSE( host().polls() );
+    EXPECT_FALSE( host().lastPoll() );
+    pl_timer_delete( timer );
+}
+
+TEST_F( HostServicesTest, PollIsRememberedWhenItHasHappened ) {
+    const Poller poller( 1 );
+    EXPECT_TRUE( host().polls() );
+    EXPECT_FALSE( host().lastPoll() );
+    const auto before = std::chrono::steady_clock::now();
+    host().runFor( 5 );
+    ASSERT_TRUE( host().lastPoll() );
+    EXPECT_GE( *host().lastPoll(), before );
+}
+
+TEST_F( HostServicesTest, PollerThatHasNotPolledCountsFirst ) {
+    const Poller quick( 1 );
+    {
+        const Poller slow( 60000 );
+        host().runFor( 5 );
+        EXPECT_FALSE( host().lastPoll() );
+    }
+    EXPECT_TRUE( host().lastPoll() );
+}
+
+TEST_F( HostServicesTest, PollerThatPolledLongestAgoCounts ) {
+    const Poller first( 1 );
+    host().runFor( 5 );
+    const auto polledFirst = host().lastPoll();
+    const Poller second( 1 );
+    host().runFor( 5 );
+    EXPECT_EQ( polledFirst, host().lastPoll() );
+    pl_timer_set( first.timer, 1 );
+    host().runFor( 5 );
+    EXPECT_GT( host().lastPoll(), polledFirst );
+}

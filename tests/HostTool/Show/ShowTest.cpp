@@ -69,8 +69,8 @@ TEST_F( ShowTest, FailedReadingIsNeverANumber ) {
     EXPECT_EQ( 1, result.status );
     EXPECT_EQ( "temp_sensor\n"
                "  NAME  TEMPERATURE   ALERT  CRITICAL  STATE   REASON\n"
-               "  d              --  45.0 C    55.0 C  failed  execute: failure in response bus 0 "
-               "chip 0x48: no acknowledge\n",
+               "  d              --  45.0 C    55.0 C  failed  PL_STATUS_FAILED: execute: failure "
+               "in response bus 0 chip 0x48: no acknowledge\n",
                result.out );
 }
 
@@ -87,9 +87,35 @@ TEST_F( ShowTest, JsonHasStableKeys ) {
     EXPECT_EQ( R"({"devices":[{"name":"d","class":"temp_sensor","driver":"X","did":null,)"
                R"("bus":null,"address":null,"thresholds":{"alert":45,"critical":55},)"
                R"("state":"ok","reason":null,"readings":{"temperature":)"
-               R"({"value":24.1,"unit":"C","status":"PL_STATUS_OK","reason":null}}}]})"
+               R"({"value":24.1,"unit":"C","status":"PL_STATUS_OK","reason":null,)"
+               R"("freshness":"fresh","age_s":0}}}]})"
                "\n",
                kavractl( { "show", "--json" } ).out );
+}
+
+TEST_F( ShowTest, FailedReadingWasNeverRead ) {
+    device( "temp_sensor", "fail-on-read" );
+    EXPECT_EQ( "\"never\"", reading( "temperature", "freshness" ) );
+    EXPECT_EQ( "null", reading( "temperature", "age_s" ) );
+}
+
+TEST_F( ShowTest, ValueThatTheLibraryDoesNotWriteIsUnreadAndNotZero ) {
+    for ( const char *deviceClass : { "temp_sensor", "fan", "psu", "gpio" } ) {
+        device( deviceClass, "reads-nothing" );
+        EXPECT_THAT( show().out, HasSubstr( " unread " ) ) << deviceClass;
+        EXPECT_EQ( 0, show().status ) << deviceClass;
+    }
+    EXPECT_EQ( "null", reading( "value", "value" ) );
+    EXPECT_EQ( "\"PL_STATUS_OK\"", reading( "value", "status" ) );
+    EXPECT_EQ( "\"the driver answers without reading it\"", reading( "value", "reason" ) );
+    EXPECT_EQ( "\"never\"", reading( "value", "freshness" ) );
+}
+
+TEST_F( ShowTest, ValueThatCannotBeHasNoFreshness ) {
+    device( "fan" );
+    EXPECT_EQ( "\"none\"", reading( "debug", "freshness" ) );
+    device( "temp_sensor", "absent" );
+    EXPECT_EQ( "\"none\"", reading( "temperature", "freshness" ) );
 }
 
 TEST_F( ShowTest, ValueThatIsNoNumberIsABadReading ) {
@@ -209,6 +235,8 @@ TEST_F( ShowTest, CachedSignalsAreGivenTheTimeOfAPoll ) {
     device( "xcvr", "sfp" );
     EXPECT_EQ( "\"sfp\"", reading( "type", "value" ) );
     EXPECT_EQ( "true", reading( "rx_los", "value" ) );
+    EXPECT_EQ( "\"old\"", reading( "rx_los", "freshness" ) );
+    EXPECT_EQ( "\"fresh\"", reading( "type", "freshness" ) );
     EXPECT_EQ( "\"PL_STATUS_NOT_SUPPORTED\"", reading( "lp_mode", "status" ) );
 }
 
@@ -220,6 +248,13 @@ TEST_F( ShowTest, QsfpHasSignalsOfItsOwn ) {
     EXPECT_TRUE( readings["present"]["value"].GetBool() );
     EXPECT_TRUE( readings["interrupt"]["value"].GetBool() );
     EXPECT_TRUE( readings["rx_los"]["value"].IsNull() );
+}
+
+TEST_F( ShowTest, CageWithoutTheFaultLineHasNoFault ) {
+    folder.devices( R"([ { "class": "xcvr", "name": "d", "arguments":
+                           { "kind": "sfp", "driverArgs": { "txFaultSupported": "false" } } } ])" );
+    EXPECT_EQ( "\"PL_STATUS_NOT_SUPPORTED\"", reading( "tx_fault", "status" ) );
+    EXPECT_EQ( "true", reading( "tx_disable", "value" ) );
 }
 
 TEST_F( ShowTest, EmptyCageIsAbsent ) {

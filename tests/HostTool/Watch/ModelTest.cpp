@@ -49,7 +49,8 @@ TEST_F( ModelTest, FailureHasItsReasonAndKeepsTheLastGoodValue ) {
     board.reads( "inlet", { good( 24.5F ) } );
     board.pass( 5 );
     board.fails( "inlet", "no acknowledge" );
-    EXPECT_EQ( "inlet: temperature 24.5 C -> --: no acknowledge\ninlet: state ok -> failed\n",
+    EXPECT_EQ( "inlet: temperature 24.5 C -> --: PL_STATUS_FAILED: no acknowledge\n"
+               "inlet: state ok -> failed\n",
                lines() );
     const Sample &sample = board.item( "inlet" ).samples.front();
     EXPECT_EQ( Reading::Value( 24.5F ), sample.lastGood.value );
@@ -61,8 +62,42 @@ TEST_F( ModelTest, LineOfJsonHasTheSame ) {
     board.reads( "inlet", { good( 24.5F ) } );
     board.fails( "inlet", "no \"ack\"" );
     EXPECT_EQ( R"({"time":1700000000.5,"name":"inlet","key":"temperature","before":"24.5 C",)"
-               R"("after":"--","reason":"no \"ack\""})",
+               R"("after":"--","status":"PL_STATUS_FAILED","reason":"no \"ack\"",)"
+               R"("freshness":"never"})",
                changeAsJson( board.model(), board.changes.front(), 1700000000.5 ) );
+}
+
+TEST_F( ModelTest, ValueThatIsNotReadAnyMoreTellsItsAge ) {
+    board.reads( "inlet", { good( 24.5F ) } );
+    board.pass( 5 );
+    EXPECT_EQ( std::vector<std::string>( { "24.5 C" } ),
+               fieldsOf( board.item( "inlet" ), board.now() ) );
+    board.pass( 1 );
+    EXPECT_EQ( std::vector<std::string>( { "24.5 C", "6 s old" } ),
+               fieldsOf( board.item( "inlet" ), board.now() ) );
+    EXPECT_EQ( std::vector<std::string>( { "temperature 24.5 C", "6 s old" } ),
+               readingsOf( board.item( "inlet" ), board.now() ) );
+}
+
+TEST_F( ModelTest, PolledValueIsAsOldAsItsPoll ) {
+    Reading polled = good( 24.5F );
+    polled.polledAt = board.now() - std::chrono::seconds( 7 );
+    board.reads( "inlet", { polled } );
+    EXPECT_EQ( std::vector<std::string>( { "temperature 24.5 C", "7 s old" } ),
+               readingsOf( board.item( "inlet" ), board.now() ) );
+}
+
+TEST_F( ModelTest, ValueThatNobodyReadIsNoFailure ) {
+    board.reads( "inlet", { Reading::unread( "not polled" ) } );
+    EXPECT_EQ( std::vector<std::string>( { "temperature unread" } ),
+               readingsOf( board.item( "inlet" ), board.now() ) );
+    EXPECT_EQ( std::vector<std::string>( { "added" } ),
+               fieldsOf( board.item( "inlet" ), board.now() ) );
+}
+
+TEST_F( ModelTest, DeviceThatWasNotReadYetSaysSo ) {
+    EXPECT_EQ( std::vector<std::string>( { "unread" } ),
+               fieldsOf( board.item( "inlet" ), board.now() ) );
 }
 
 TEST_F( ModelTest, FullSpeedOfATrayFanComesFromItsDescription ) {

@@ -14,7 +14,6 @@ class PortPanelTest : public testing::Test {
     PortPanelTest() {
         board.addEverything();
         board.readsWell();
-        board.pass( 10 );
         board.view.selected = board.indexOf( "inlet" );
     }
 

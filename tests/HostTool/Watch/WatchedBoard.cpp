@@ -139,7 +139,7 @@ Model &WatchedBoard::model() {
         std::vector<Device> devices;
         for ( const Entry &entry : board_.entries ) {
             devices.push_back(
-                { &entry, &rowOf( entry.deviceClass ), recordOf( entry ), "", {}, State::added } );
+                { &entry, &rowOf( entry.deviceClass ), recordOf( entry ), "", {}, {} } );
         }
         model_ = std::make_unique<Model>( std::move( devices ), board_ );
     }

@@ -38,7 +38,7 @@ class WatchedBoard {
     const HostTool::Watch::Item &item( const std::string &name ) {
         return model().items()[indexOf( name )];
     }
-    HostTool::Watch::Moment now() const { return now_; }
+    HostTool::Moment now() const { return now_; }
 
     /// The rows of the screen, as text.
     std::vector<std::string> screen( HostTool::Watch::Size size );
@@ -51,7 +51,7 @@ class WatchedBoard {
   private:
     HostTool::Board board_;
     std::unique_ptr<HostTool::Watch::Model> model_;
-    HostTool::Watch::Moment now_{ std::chrono::hours( 1 ) };
+    HostTool::Moment now_{ std::chrono::hours( 1 ) };
 };
 
 template <class Value>
