@@ -64,7 +64,7 @@ class EntryParser {
     const JsonFile &file_;
     const Value &value_;
     std::string called_;
-    Entry entry_;
+    Entry entry_ = {};
 };
 
 const Value &EntryParser::need( const char *key ) const {
