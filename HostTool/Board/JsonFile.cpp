@@ -11,30 +11,30 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <vector>
+#include <utility>
 
 namespace HostTool {
 
 namespace {
 
-// The library's own parser recurses, and a document nested deeper than this is no board.
+// The library's parser recurses: a deeper document would take its stack.
 constexpr size_t deepest = 200;
+constexpr size_t largest = size_t{ 64 } << 20;
 
-/// Builds the document and notes the offset of each value, parents before their children.
-class PlacingHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, PlacingHandler> {
+/// Hands everything on to a document, as long as it is not too deep.
+class DepthGuard : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, DepthGuard> {
   public:
-    PlacingHandler( rapidjson::Document &document, const rapidjson::StringStream &stream )
-        : document_( document ), stream_( stream ) {}
+    explicit DepthGuard( rapidjson::Document &document ) : document_( document ) {}
 
-    bool Null() { return note() && document_.Null(); }
-    bool Bool( bool value ) { return note() && document_.Bool( value ); }
-    bool Int( int value ) { return note() && document_.Int( value ); }
-    bool Uint( unsigned value ) { return note() && document_.Uint( value ); }
-    bool Int64( int64_t value ) { return note() && document_.Int64( value ); }
-    bool Uint64( uint64_t value ) { return note() && document_.Uint64( value ); }
-    bool Double( double value ) { return note() && document_.Double( value ); }
+    bool Null() { return document_.Null(); }
+    bool Bool( bool value ) { return document_.Bool( value ); }
+    bool Int( int value ) { return document_.Int( value ); }
+    bool Uint( unsigned value ) { return document_.Uint( value ); }
+    bool Int64( int64_t value ) { return document_.Int64( value ); }
+    bool Uint64( uint64_t value ) { return document_.Uint64( value ); }
+    bool Double( double value ) { return document_.Double( value ); }
     bool String( const char *text, rapidjson::SizeType length, bool ) {
-        return note() && document_.String( text, length, true );
+        return document_.String( text, length, true );
     }
     bool Key( const char *text, rapidjson::SizeType length, bool ) {
         return document_.Key( text, length, true );
@@ -50,45 +50,52 @@ class PlacingHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Pl
         return document_.EndArray( count );
     }
 
-    const std::vector<size_t> &offsets() const { return offsets_; }
-
   private:
-    /// The parser has not taken the value from the stream yet, except for true, false and null,
-    /// which it stands right behind.
-    bool note() {
-        offsets_.push_back( stream_.Tell() );
-        return true;
-    }
-    bool descend() { return ++depth_ <= deepest && note(); }
+    bool descend() { return ++depth_ <= deepest; }
 
     rapidjson::Document &document_;
-    const rapidjson::StringStream &stream_;
-    std::vector<size_t> offsets_;
     size_t depth_ = 0;
 };
 
-using Offsets = std::unordered_map<const rapidjson::Value *, size_t>;
+// Recursion is the fastest, and the guard keeps it from going deep.
+template <unsigned flags>
+rapidjson::ParseResult parseGuarded( const std::string &text, rapidjson::Document &document ) {
+    rapidjson::StringStream stream( text.c_str() );
+    DepthGuard guard( document );
+    rapidjson::Reader reader;
+    rapidjson::ParseResult result;
+    auto fill = [&]( rapidjson::Document & ) {
+        result = reader.Parse<flags>( stream, guard );
+        return !result.IsError();
+    };
+    document.Populate( fill );
+    return result;
+}
 
-void assignOffsets( const rapidjson::Value &value, std::vector<size_t>::const_iterator &next,
-                    Offsets &offsets ) {
-    offsets.emplace( &value, *next++ );
-    if ( value.IsArray() ) {
-        for ( const auto &element : value.GetArray() ) {
-            assignOffsets( element, next, offsets );
-        }
-    } else if ( value.IsObject() ) {
-        for ( const auto &member : value.GetObject() ) {
-            assignOffsets( member.value, next, offsets );
-        }
+} // namespace
+
+JsonFile::JsonFile( const std::string &path ) : JsonFile( path, textOfFile( path ) ) {
+    if ( flaw_ ) {
+        const Place place = placeAt( flaw_->offset );
+        throw Failure( ExitCode::badInput, path_ + ":" + std::to_string( place.line ) + ":" +
+                                               std::to_string( place.column ) + ": " +
+                                               flaw_->message );
     }
 }
 
-std::string readFile( const std::string &path ) {
+JsonFile::JsonFile( std::string path, std::string text )
+    : path_( std::move( path ) ), text_( std::move( text ) ) {
+    flaw_ = parse();
+}
+
+std::string JsonFile::textOfFile( const std::string &path ) {
     const std::unique_ptr<FILE, int ( * )( FILE * )> file( fopen( path.c_str(), "rbe" ), fclose );
     std::string text;
     std::array<char, 16384> piece;
     size_t length = 0;
-    while ( file && ( length = fread( piece.data(), 1, piece.size(), file.get() ) ) > 0 ) {
+    // One byte too many is enough to know.
+    while ( file && text.size() <= largest &&
+            ( length = fread( piece.data(), 1, piece.size(), file.get() ) ) > 0 ) {
         text.append( piece.data(), length );
     }
     if ( !file || ferror( file.get() ) ) {
@@ -97,51 +104,82 @@ std::string readFile( const std::string &path ) {
     return text;
 }
 
-} // namespace
-
-JsonFile::JsonFile( const std::string &path ) : path_( path ), text_( readFile( path ) ) {
-    parse();
-}
-
-void JsonFile::parse() {
-    if ( const size_t zero = text_.find( '\0' ); zero != std::string::npos ) {
-        refuse( zero, "a zero byte ends the document here" );
+std::optional<Flaw> JsonFile::parse() {
+    if ( text_.size() > largest ) {
+        return Flaw{ Flaw::What::tooLarge, 0,
+                     "larger than " + std::to_string( largest >> 20 ) + " MiB" };
     }
-    rapidjson::StringStream stream( text_.c_str() );
-    PlacingHandler handler( document_, stream );
-    rapidjson::Reader reader;
-    rapidjson::ParseResult result;
-    auto fill = [&]( rapidjson::Document & ) {
-        constexpr auto flags =
-            rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
-        result = reader.Parse<flags>( stream, handler );
-        return !result.IsError();
-    };
-    document_.Populate( fill );
+    if ( const size_t zero = text_.find( '\0' ); zero != std::string::npos ) {
+        return Flaw{ Flaw::What::syntax, zero, "a zero byte ends the document here" };
+    }
+    if ( text_.starts_with( "\xef\xbb\xbf" ) ) {
+        return Flaw{ Flaw::What::syntax, 0, "a byte order mark stands in front of the document" };
+    }
+    const bool isAscii = std::all_of( text_.begin(), text_.end(), []( char c ) { return c >= 0; } );
+    const rapidjson::ParseResult result =
+        isAscii ? parseGuarded<rapidjson::kParseDefaultFlags>( text_, document_ )
+                : parseGuarded<rapidjson::kParseValidateEncodingFlag>( text_, document_ );
     if ( result.Code() == rapidjson::kParseErrorTermination ) {
-        refuse( result.Offset(), "nested deeper than " + std::to_string( deepest ) + " levels" );
+        // The parser stands behind the bracket.
+        return Flaw{ Flaw::What::tooDeep, result.Offset() - 1,
+                     "nested deeper than " + std::to_string( deepest ) + " levels" };
     }
     if ( result.IsError() ) {
-        refuse( result.Offset(), rapidjson::GetParseError_En( result.Code() ) );
+        return Flaw{ Flaw::What::syntax, result.Offset(),
+                     rapidjson::GetParseError_En( result.Code() ) };
     }
-    auto next = handler.offsets().begin();
-    assignOffsets( document_, next, offsets_ );
+    return std::nullopt;
 }
 
-void JsonFile::refuse( size_t offset, const std::string &message ) const {
-    const size_t lineStart = offset == 0 ? 0 : text_.rfind( '\n', offset - 1 ) + 1;
-    throw Failure( ExitCode::badInput, path_ + ":" + std::to_string( lineAt( offset ) ) + ":" +
-                                           std::to_string( offset - lineStart + 1 ) + ": " +
-                                           message );
+void JsonFile::findOffsets() const {
+    const std::vector<JsonOffsets> all = offsetsOfValues( text_ );
+    offsets_.reserve( all.size() );
+    auto next = all.begin();
+    const auto assign = [&]( const auto &self, const rapidjson::Value &value ) -> void {
+        offsets_.emplace( &value, *next++ );
+        if ( value.IsArray() ) {
+            for ( const rapidjson::Value &element : value.GetArray() ) {
+                self( self, element );
+            }
+        } else if ( value.IsObject() ) {
+            for ( const auto &member : value.GetObject() ) {
+                self( self, member.value );
+            }
+        }
+    };
+    assign( assign, document_ );
 }
 
-size_t JsonFile::lineAt( size_t offset ) const {
-    const auto end = text_.begin() + static_cast<std::ptrdiff_t>( offset );
-    return static_cast<size_t>( std::count( text_.begin(), end, '\n' ) ) + 1;
+const JsonOffsets &JsonFile::offsetsOf( const rapidjson::Value &value ) const {
+    if ( offsets_.empty() ) {
+        findOffsets();
+    }
+    return offsets_.at( &value );
 }
 
-size_t JsonFile::lineOf( const rapidjson::Value &value ) const {
-    return lineAt( offsets_.at( &value ) );
+Place JsonFile::placeOf( Spot spot ) const {
+    if ( !spot.value ) {
+        return placeAt( spot.offset );
+    }
+    const JsonOffsets &offsets = offsetsOf( *spot.value );
+    return placeAt( spot.key ? offsets.key : offsets.value );
+}
+
+Place JsonFile::placeAt( size_t offset ) const {
+    if ( lineStarts_.empty() ) {
+        lineStarts_.push_back( 0 );
+        for ( size_t end = text_.find( '\n' ); end != std::string::npos;
+              end = text_.find( '\n', end + 1 ) ) {
+            lineStarts_.push_back( end + 1 );
+        }
+    }
+    const auto next = std::upper_bound( lineStarts_.begin(), lineStarts_.end(), offset );
+    return { static_cast<size_t>( next - lineStarts_.begin() ), offset - *( next - 1 ) + 1 };
+}
+
+std::string_view JsonFile::digitsOf( const rapidjson::Value &number ) const {
+    const std::string_view text = std::string_view( text_ ).substr( offsetsOf( number ).value );
+    return text.substr( 0, text.find_first_not_of( "+-.0123456789eE" ) );
 }
 
 } // namespace HostTool

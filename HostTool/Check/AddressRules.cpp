@@ -1,8 +1,6 @@
 #include "HostTool/Check/AddressRules.h"
 
-#include <map>
-#include <utility>
-#include <vector>
+#include <unordered_map>
 
 namespace HostTool::Check {
 
@@ -23,8 +21,8 @@ class AddressChecker {
         if ( !node.bus || !driver || !driver->ownsChip || arguments.isMultiple ) {
             return;
         }
-        const auto [claim, isNew] =
-            claims_.try_emplace( { node.bus, arguments.address }, Claim{ &node, &arguments } );
+        const auto [claim, isNew] = claims_.try_emplace( placeOf( *node.bus, arguments.address ),
+                                                         Claim{ &node, &arguments } );
         if ( !isNew && claim->second.node != &node ) {
             tell( RuleId::addressTwice, arguments,
                   nameOf( claim->second ) + " has it on the same bus" );
@@ -33,9 +31,8 @@ class AddressChecker {
 
     void compareWithFront() {
         for ( const auto &[place, claim] : claims_ ) {
-            const auto &[bus, address] = place;
-            for ( const MuxNode *mux = bus->mux; mux; mux = mux->bus->mux ) {
-                const auto front = claims_.find( { mux->bus, address } );
+            for ( const MuxNode *mux = claim.node->bus->mux; mux; mux = mux->bus->mux ) {
+                const auto front = claims_.find( placeOf( *mux->bus, claim.arguments->address ) );
                 if ( front != claims_.end() ) {
                     tell( RuleId::addressBehindMux, *claim.arguments,
                           nameOf( front->second ) + " answers to it in front of mux " +
@@ -46,6 +43,11 @@ class AddressChecker {
     }
 
   private:
+    /// One number for an address on a bus.
+    static uint64_t placeOf( const BusNode &bus, uint8_t address ) {
+        return uint64_t{ bus.index } << 8 | address;
+    }
+
     static std::string nameOf( const Claim &claim ) {
         return "device " + std::to_string( claim.node->did );
     }
@@ -57,7 +59,7 @@ class AddressChecker {
     }
 
     Findings &findings_;
-    std::map<std::pair<const BusNode *, uint8_t>, Claim> claims_;
+    std::unordered_map<uint64_t, Claim> claims_;
 };
 
 } // namespace

@@ -16,7 +16,7 @@ bool isTrue( const Value *value ) {
 
 } // namespace
 
-std::optional<Arguments> Arguments::from( const Document &document, const Value &json ) {
+std::optional<Arguments> Arguments::from( const JsonFile &document, const Value &json ) {
     const auto did = numberIn( json, "did" );
     const Value *driver = member( json, "driver" );
     if ( !did || !driver || !( driver->IsString() || driver->IsNull() ) ) {

@@ -13,7 +13,7 @@ namespace HostTool::Check {
 /// Device arguments as the library takes them: from an entry of devices.json, from a device of the
 /// topology that names a driver, or from a document of their own.
 struct Arguments {
-    const Document *document;
+    const JsonFile *document;
     const Value *json;
     std::string_view driver; ///< empty for null
     uint32_t did;
@@ -25,12 +25,14 @@ struct Arguments {
     const Value *settings; ///< null: none
 
     /// @return nothing when the shape is not right.
-    static std::optional<Arguments> from( const Document &document, const Value &json );
+    static std::optional<Arguments> from( const JsonFile &document, const Value &json );
 
     /// @return null for a setting that is not there.
     const Value *setting( std::string_view key ) const;
-    /// Where a missing setting would be.
-    Spot placeOfSettings() const { return at( settings ? *settings : *json ); }
+    /// Where a setting would be that is missing.
+    Spot placeFor( std::string_view key ) const {
+        return lacking( settings ? *settings : *json, key );
+    }
 };
 
 /// The text that a driver gets for the value of a setting.

@@ -105,8 +105,9 @@ class BoardTreeBuilder {
                  const MuxNode *mux, Walk &walk ) {
         const Value *id = member( json, "id" );
         addLabel( json, nullptr, true );
-        tree_.busses_.push_back(
-            { &json, &medium, accelerator, mux, id && id->IsInt() ? id->GetInt() : 0 } );
+        tree_.busses_.push_back( { &json, &medium, accelerator, mux,
+                                   id && id->IsInt() ? id->GetInt() : 0,
+                                   static_cast<uint32_t>( tree_.busses_.size() ) } );
         const BusNode &bus = tree_.busses_.back();
         checkNumber( bus, accelerator );
         addDevices( json, medium, &bus, walk );
@@ -225,13 +226,13 @@ class BoardTreeBuilder {
     using Wires = std::tuple<std::string_view, uint32_t, bool, uint32_t, int32_t>;
 
     BoardTree &tree_;
-    const Document &document_;
+    const JsonFile &document_;
     Findings &findings_;
     std::vector<Walk> mediaWalks_;
     std::map<Wires, const MediumNode *> wires_;
 };
 
-BoardTree::BoardTree( const Document &document, Findings &findings ) : document_( document ) {
+BoardTree::BoardTree( const JsonFile &document, Findings &findings ) : document_( document ) {
     BoardTreeBuilder( *this, findings ).build();
 }
 

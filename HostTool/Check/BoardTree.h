@@ -29,6 +29,7 @@ struct BusNode {
     std::optional<uint32_t> accelerator;
     const MuxNode *mux; ///< null: no channel of one
     int32_t id;
+    uint32_t index; ///< among the busses of the board
 };
 
 struct MuxNode {
@@ -54,9 +55,9 @@ struct DeviceNode {
 class BoardTree {
   public:
     /// What has not the right shape is left out.
-    BoardTree( const Document &document, Findings &findings );
+    BoardTree( const JsonFile &document, Findings &findings );
 
-    const Document &document() const { return document_; }
+    const JsonFile &document() const { return document_; }
 
     DeviceNode *byDid( uint32_t did ) const;
     DeviceNode *byUid( uint32_t uid ) const;
@@ -79,7 +80,7 @@ class BoardTree {
         bool isBus;
     };
 
-    const Document &document_;
+    const JsonFile &document_;
     std::deque<MediumNode> media_;
     std::deque<BusNode> busses_;
     std::deque<MuxNode> muxes_;

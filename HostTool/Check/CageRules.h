@@ -15,7 +15,7 @@ class CageRules {
   public:
     using Find = std::function<EmulatedChip *( const Value &name )>;
 
-    CageRules( const Document &document, Findings &findings, Find find )
+    CageRules( const JsonFile &document, Findings &findings, Find find )
         : document_( document ), findings_( findings ), find_( std::move( find ) ) {}
 
     void check( const Value &cages );
@@ -25,7 +25,7 @@ class CageRules {
     void checkLine( const Value &line, std::string_view name, std::string_view type, size_t count );
     void tell( const Value &value, const std::string &text, std::string hint = {} );
 
-    const Document &document_;
+    const JsonFile &document_;
     Findings &findings_;
     Find find_;
     std::set<const EmulatedChip *> inCages_;

@@ -4,6 +4,7 @@
 #include "HostTool/Check/BoardTree.h"
 #include "HostTool/Check/ClassRules.h"
 #include "HostTool/Check/EmulatedMap.h"
+#include "HostTool/Check/EmulatedText.h"
 #include "HostTool/Check/Rehearsal.h"
 #include "HostTool/Check/Shape.h"
 #include "HostTool/Check/UnusedRules.h"
@@ -33,10 +34,10 @@ constexpr FlawRule flawRules[] = {
     { Flaw::What::tooLarge, RuleId::tooLarge },
 };
 
-void tellFlaw( const Document &document, Findings &findings ) {
+void tellFlaw( const JsonFile &document, Findings &findings ) {
     for ( const FlawRule &row : flawRules ) {
         if ( row.what == document.flaw()->what ) {
-            findings.add( row.rule, document, { nullptr, false, document.flaw()->offset },
+            findings.add( row.rule, document, { nullptr, false, document.flaw()->offset, {} },
                           document.flaw()->message );
         }
     }
@@ -53,8 +54,8 @@ void checkInlineArguments( const BoardTree &tree, Findings &findings ) {
 
 } // namespace
 
-void DocumentSet::add( Kind kind, std::unique_ptr<Document> document ) {
-    if ( const Document *other = find( kind ); other && kind != Kind::arguments ) {
+void DocumentSet::add( Kind kind, std::unique_ptr<JsonFile> document ) {
+    if ( const JsonFile *other = find( kind ); other && kind != Kind::arguments ) {
         throw Failure( ExitCode::badInput,
                        document->path() + " and " + other->path() + " are both a " +
                            kindNames[static_cast<size_t>( kind )] + "; check one board at a time" );
@@ -63,12 +64,12 @@ void DocumentSet::add( Kind kind, std::unique_ptr<Document> document ) {
 }
 
 void DocumentSet::add( Kind kind, std::string path, std::string text ) {
-    add( kind, std::make_unique<Document>( std::move( path ), std::move( text ) ) );
+    add( kind, std::make_unique<JsonFile>( std::move( path ), std::move( text ) ) );
 }
 
 void DocumentSet::addFile( const std::string &path ) {
-    auto document = std::make_unique<Document>( path, Document::readFile( path ) );
-    const std::optional<Kind> kind = document->kind();
+    auto document = std::make_unique<JsonFile>( path, JsonFile::textOfFile( path ) );
+    const std::optional<Kind> kind = kindOf( *document );
     if ( !kind && !document->flaw() ) {
         throw Failure( ExitCode::badInput,
                        "cannot tell what " + path +
@@ -93,7 +94,7 @@ void DocumentSet::addFolder( const std::string &path ) {
     }
 }
 
-const Document *DocumentSet::find( Kind kind ) const {
+const JsonFile *DocumentSet::find( Kind kind ) const {
     const auto found = std::find_if( documents_.begin(), documents_.end(),
                                      [kind]( const Typed &each ) { return each.kind == kind; } );
     return found == documents_.end() ? nullptr : found->document.get();
@@ -109,12 +110,12 @@ Findings check( const DocumentSet &documents ) {
         }
     }
     const auto sound = [&]( Kind kind ) {
-        const Document *document = documents.find( kind );
+        const JsonFile *document = documents.find( kind );
         return document && !document->flaw() ? document : nullptr;
     };
-    const Document *topology = sound( Kind::topology );
-    const Document *devices = sound( Kind::devices );
-    const Document *emulation = sound( Kind::emulation );
+    const JsonFile *topology = sound( Kind::topology );
+    const JsonFile *devices = sound( Kind::devices );
+    const JsonFile *emulation = sound( Kind::emulation );
 
     std::optional<BoardTree> tree;
     std::optional<EmulatedMap> board;
@@ -123,6 +124,7 @@ Findings check( const DocumentSet &documents ) {
         checkInlineArguments( *tree, findings );
     }
     if ( emulation ) {
+        checkEmulatedText( *emulation, findings );
         board.emplace( *emulation, findings );
     }
     Rehearsal rehearsal( tree ? &*tree : nullptr, board ? &*board : nullptr, findings );

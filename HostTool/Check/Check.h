@@ -1,7 +1,7 @@
 #pragma once
 
-#include "HostTool/Check/Document.h"
 #include "HostTool/Check/Finding.h"
+#include "HostTool/Check/Kind.h"
 
 #include <memory>
 #include <string>
@@ -22,16 +22,16 @@ class DocumentSet {
     void add( Kind kind, std::string path, std::string text );
 
     /// The one of the kind; null when there is none.
-    const Document *find( Kind kind ) const;
+    const JsonFile *find( Kind kind ) const;
 
     struct Typed {
         Kind kind;
-        std::unique_ptr<Document> document;
+        std::unique_ptr<JsonFile> document;
     };
     const std::vector<Typed> &all() const { return documents_; }
 
   private:
-    void add( Kind kind, std::unique_ptr<Document> document );
+    void add( Kind kind, std::unique_ptr<JsonFile> document );
 
     std::vector<Typed> documents_;
 };

@@ -8,114 +8,95 @@ namespace HostTool::Check {
 
 namespace {
 
-// What a definition says of its alternatives and of the elements below it.
-constexpr std::string_view leftOut[] = { "oneOf", "dependencies", "definitions", "items" };
-constexpr std::string_view localPrefix = "#/definitions/";
-
-bool isLeftOut( std::string_view key ) {
-    return std::find( std::begin( leftOut ), std::end( leftOut ), key ) != std::end( leftOut );
+/// What a reference of a schema to one of its own definitions refers to.
+const Value &resolved( const Value &root, const Value &schema ) {
+    constexpr std::string_view localPrefix = "#/definitions/";
+    const auto reference = textIn( schema, "$ref" );
+    if ( !reference || !reference->starts_with( localPrefix ) ) {
+        return schema;
+    }
+    const std::string_view name = reference->substr( localPrefix.size() );
+    return resolved( root, *member( *member( root, "definitions" ), name ) );
 }
 
-rapidjson::Document withoutRequired( const Value &schema ) {
-    rapidjson::Document copy;
-    copy.CopyFrom( schema, copy.GetAllocator() );
-    copy.RemoveMember( "required" );
-    return copy;
+const ChildRow *findChild( std::span<const ChildRow> children, std::string_view key ) {
+    const auto found = std::find_if( children.begin(), children.end(),
+                                     [key]( const ChildRow &row ) { return row.key == key; } );
+    return found == children.end() ? nullptr : &*found;
 }
 
-/// Replaces the references of a schema to its own definitions by what they refer to.
-class Inliner {
-  public:
-    Inliner( const Value &root, rapidjson::Document::AllocatorType &allocator )
-        : root_( root ), allocator_( allocator ) {}
-
-    Value inlined( const Value &schema ) const {
-        if ( schema.IsArray() ) {
-            Value copy( rapidjson::kArrayType );
-            for ( const Value &element : schema.GetArray() ) {
-                copy.PushBack( inlined( element ), allocator_ );
-            }
-            return copy;
-        }
-        if ( !schema.IsObject() ) {
-            return Value( schema, allocator_ );
-        }
-        if ( const auto reference = textIn( schema, "$ref" ) ) {
-            return reference->starts_with( localPrefix ) ? inlined( target( *reference ) )
-                                                         : Value( rapidjson::kObjectType );
-        }
-        Value copy( rapidjson::kObjectType );
-        for ( const auto &each : schema.GetObject() ) {
-            copy.AddMember( Value( each.name, allocator_ ), inlined( each.value ), allocator_ );
-        }
-        return copy;
-    }
-
-    Value properties( const Value &schemas, std::span<const ChildRow> children ) const {
-        Value copy( rapidjson::kObjectType );
-        for ( const auto &each : schemas.GetObject() ) {
-            const auto child =
-                std::find_if( children.begin(), children.end(), [&]( const ChildRow &row ) {
-                    return row.key == textOf( each.name );
-                } );
-            copy.AddMember( Value( each.name, allocator_ ),
-                            child == children.end() ? inlined( each.value )
-                                                    : bracket( each.value, child->isList ),
-                            allocator_ );
-        }
-        return copy;
-    }
-
-  private:
-    /// What is left of a child: which bracket it opens with.
-    Value bracket( const Value &schema, bool isList ) const {
-        Value copy( rapidjson::kObjectType );
-        copy.AddMember( "type", Value( isList ? "array" : "object", allocator_ ), allocator_ );
-        if ( const Value *description = member( resolved( schema ), "description" ) ) {
-            copy.AddMember( "description", Value( *description, allocator_ ), allocator_ );
-        }
-        return copy;
-    }
-
-    const Value &resolved( const Value &schema ) const {
-        const auto reference = textIn( schema, "$ref" );
-        return reference && reference->starts_with( localPrefix ) ? target( *reference ) : schema;
-    }
-
-    const Value &target( std::string_view reference ) const {
-        return *member( *member( root_, "definitions" ), reference.substr( localPrefix.size() ) );
-    }
-
-    const Value &root_;
-    rapidjson::Document::AllocatorType &allocator_;
-};
+bool isIn( std::string_view key, const Value *list ) {
+    const auto keys = elements( list );
+    return std::any_of( keys.begin(), keys.end(),
+                        [key]( const Value &each ) { return textOf( each ) == key; } );
+}
 
 } // namespace
 
-Definition::Definition( rapidjson::Document schema )
-    : schema_( std::move( schema ) ), whole_( schema_ ), parts_( withoutRequired( schema_ ) ) {}
+Definition::Property::Property( const Value &root, std::string_view key, const Value &schema,
+                                bool isRequired, const ChildRow *child )
+    : root_( root ), key_( key ), schema_( resolved( root, schema ) ), isRequired_( isRequired ),
+      child_( child ) {}
 
-std::vector<std::string_view> Definition::requiredKeys() const {
-    std::vector<std::string_view> keys;
-    for ( const Value &key : elements( member( schema_, "required" ) ) ) {
-        keys.push_back( textOf( key ) );
+Definition &Definition::Property::definition() {
+    if ( !definition_ ) {
+        definition_ = std::make_unique<Definition>( root_, schema_, std::span<const ChildRow>() );
     }
-    return keys;
+    return *definition_;
+}
+
+Definition::Definition( const Value &root, const Value &schema, std::span<const ChildRow> children )
+    : root_( root ), schema_( schema ), isObject_( textIn( schema, "type" ) == "object" ),
+      leaf_( schema ) {
+    const Value *others = member( schema, "additionalProperties" );
+    refusesOthers_ = others && others->IsFalse();
+    const Value *properties = member( schema, "properties" );
+    if ( !properties ) {
+        return;
+    }
+    for ( const auto &each : properties->GetObject() ) {
+        const std::string_view key = textOf( each.name );
+        const bool isRequired = isIn( key, member( schema, "required" ) );
+        requiredCount_ += isRequired ? 1 : 0;
+        properties_.emplace_back( root, key, each.value, isRequired, findChild( children, key ) );
+    }
+}
+
+Definition::Property *Definition::property( std::string_view key ) {
+    const auto found =
+        std::find_if( properties_.begin(), properties_.end(),
+                      [key]( const Property &property ) { return property.key() == key; } );
+    return found == properties_.end() ? nullptr : &*found;
 }
 
 std::vector<std::string> Definition::knownKeys() const {
     std::vector<std::string> keys;
-    if ( const Value *properties = member( schema_, "properties" ) ) {
-        for ( const auto &each : properties->GetObject() ) {
-            keys.emplace_back( textOf( each.name ) );
-        }
+    for ( const Property &property : properties_ ) {
+        keys.emplace_back( property.key() );
     }
     return keys;
 }
 
-const Value *Definition::property( std::string_view key ) const {
-    const Value *properties = member( schema_, "properties" );
-    return properties ? member( *properties, key ) : nullptr;
+Definition *Definition::part( const char *key, std::unique_ptr<Definition> &made ) const {
+    const Value *schema = member( schema_, key );
+    if ( !made && schema && schema->IsObject() ) {
+        made = std::make_unique<Definition>( root_, resolved( root_, *schema ),
+                                             std::span<const ChildRow>() );
+    }
+    return made.get();
+}
+
+Definition *Definition::others() {
+    return part( "additionalProperties", others_ );
+}
+
+Definition *Definition::elements() {
+    return part( "items", elements_ );
+}
+
+Definitions &definitions() {
+    thread_local Definitions made;
+    return made;
 }
 
 const Value &Definitions::schemaOf( const char *schema ) {
@@ -130,29 +111,14 @@ const Value &Definitions::schemaOf( const char *schema ) {
 
 Definition &Definitions::get( const NodeRow &row, const Value &value ) {
     const char *name = row.pick ? row.pick( value ) : row.definition;
-    std::unique_ptr<Definition> &compiled = compiled_[{ row.node, name }];
-    if ( !compiled ) {
-        compiled = compile( row, name );
+    std::unique_ptr<Definition> &made = made_[{ row.node, name }];
+    if ( !made ) {
+        const Value &root = schemaOf( row.schema );
+        const Value &schema =
+            *name == '\0' ? root : *member( *member( root, "definitions" ), name );
+        made = std::make_unique<Definition>( root, schema, row.children );
     }
-    return *compiled;
-}
-
-std::unique_ptr<Definition> Definitions::compile( const NodeRow &row, std::string_view name ) {
-    const Value &root = schemaOf( row.schema );
-    const Value &source = name.empty() ? root : *member( *member( root, "definitions" ), name );
-    rapidjson::Document own( rapidjson::kObjectType );
-    auto &allocator = own.GetAllocator();
-    const Inliner inliner( root, allocator );
-    for ( const auto &each : source.GetObject() ) {
-        if ( isLeftOut( textOf( each.name ) ) ) {
-            continue;
-        }
-        Value value = textOf( each.name ) == "properties"
-                          ? inliner.properties( each.value, row.children )
-                          : inliner.inlined( each.value );
-        own.AddMember( Value( each.name, allocator ), value, allocator );
-    }
-    return std::make_unique<Definition>( std::move( own ) );
+    return *made;
 }
 
 } // namespace HostTool::Check

@@ -1,6 +1,7 @@
 #include "HostTool/Check/EmulatedMap.h"
 
 #include "HostTool/Check/CageRules.h"
+#include "HostTool/Check/KnobRules.h"
 
 #include <cstdlib>
 #include <optional>
@@ -50,7 +51,7 @@ std::optional<uint32_t> emulatedNumber( const Value *value ) {
     return std::nullopt;
 }
 
-EmulatedMap::EmulatedMap( const Document &document, Findings &findings )
+EmulatedMap::EmulatedMap( const JsonFile &document, Findings &findings )
     : document_( document ), findings_( findings ) {
     for ( const Value &json : elements( lastMember( document.root(), "busses" ) ) ) {
         addBus( json );
@@ -95,6 +96,7 @@ void EmulatedMap::addChip( const Value &json, EmulatedSegment &segment ) {
         findings_.add( RuleId::emulatedName, document_, at( *lastMember( json, "name" ) ),
                        "another chip is called " + quoted( name ) );
     }
+    checkKnobs( document_, json, findings_ );
     checkReferences( json, chip );
     addChannels( json, chip );
 }

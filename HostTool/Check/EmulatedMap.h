@@ -53,12 +53,12 @@ struct EmulatedChip {
 /// server would refuse beyond the shape.
 class EmulatedMap {
   public:
-    EmulatedMap( const Document &document, Findings &findings );
+    EmulatedMap( const JsonFile &document, Findings &findings );
 
     /// The chip that is reached when the muxes on the way are open; null when there is none.
     EmulatedChip *find( const Wires &wires, std::span<const Hop> hops, uint8_t address );
 
-    const Document &document() const { return document_; }
+    const JsonFile &document() const { return document_; }
     const std::deque<EmulatedChip> &chips() const { return chips_; }
 
   private:
@@ -69,7 +69,7 @@ class EmulatedMap {
     void checkReferences( const Value &json, EmulatedChip &chip );
     EmulatedChip *named( const Value &name, const EmulatedChip &below );
 
-    const Document &document_;
+    const JsonFile &document_;
     Findings &findings_;
     std::deque<EmulatedChip> chips_;
     std::map<Wires, EmulatedSegment> busses_;

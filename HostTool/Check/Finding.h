@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HostTool/Check/Document.h"
+#include "HostTool/Board/JsonFile.h"
 #include "HostTool/Check/Rules.h"
 
 #include <set>
@@ -13,7 +13,7 @@ namespace HostTool::Check {
 /// Something that a rule says about a place of a document.
 struct Finding {
     const Rule *rule;
-    const Document *document;
+    const JsonFile *document;
     Spot spot;
     std::string text;
     std::string hint;
@@ -23,15 +23,18 @@ class Findings {
   public:
     /// One finding of a rule a place: a second one is the first over again.
     /// @param hint what to do; empty: what the rule says.
-    void add( RuleId rule, const Document &document, Spot spot, std::string text,
+    void add( RuleId rule, const JsonFile &document, Spot spot, std::string text,
               std::string hint = {} );
+
+    /// Whether something is said about the place.
+    bool hasAt( const JsonFile &document, Spot spot ) const;
 
     const std::vector<Finding> &all() const { return findings_; }
     size_t count( Severity severity ) const;
 
   private:
     std::vector<Finding> findings_;
-    std::set<std::tuple<RuleId, const Document *, Spot>> met_;
+    std::set<std::tuple<const JsonFile *, Spot, RuleId>> met_;
 };
 
 } // namespace HostTool::Check

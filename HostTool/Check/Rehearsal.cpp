@@ -4,8 +4,10 @@
 #include "HostTool/Check/SettingRules.h"
 #include "HostTool/Output/Nearest.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <unordered_set>
 
 namespace HostTool::Check {
 
@@ -38,16 +40,18 @@ unsigned proxyAddress( const Value &entry ) {
 
 } // namespace
 
-void Rehearsal::addEntries( const Document &devices ) {
+void Rehearsal::addEntries( const JsonFile &devices ) {
     const Value &root = devices.root();
-    std::unordered_map<std::string_view, const Value *> names;
-    for ( const Value &json : elements( root.IsObject() ? member( root, "devices" ) : &root ) ) {
+    const auto entries = elements( root.IsObject() ? member( root, "devices" ) : &root );
+    std::unordered_set<std::string_view> names( entries.Size() );
+    made_.reserve( entries.Size() );
+    for ( const Value &json : entries ) {
         const auto name = textIn( json, "name" );
         const auto className = textIn( json, "class" );
         if ( !name || !className ) {
             continue;
         }
-        if ( !names.emplace( *name, &json ).second ) {
+        if ( !names.insert( *name ).second ) {
             findings_.add( RuleId::duplicateName, devices, spotOf( json, "name" ),
                            "name " + quoted( *name ) + " is taken by an entry above" );
         }
@@ -75,7 +79,7 @@ void Rehearsal::add( const Entry &entry ) {
     }
 }
 
-void Rehearsal::addArguments( const Document &document ) {
+void Rehearsal::addArguments( const JsonFile &document ) {
     if ( const auto arguments = Arguments::from( document, document.root() ) ) {
         prepare( *arguments, "" );
     }
@@ -160,14 +164,15 @@ const Made *Rehearsal::create( const Arguments &arguments, const std::string &ow
     if ( const auto met = made_.find( arguments.did ); met != made_.end() ) {
         return &met->second;
     }
-    if ( !beingMade_.insert( arguments.did ).second ) {
+    if ( std::find( beingMade_.begin(), beingMade_.end(), arguments.did ) != beingMade_.end() ) {
         tell( RuleId::muxLoop, arguments, at( *arguments.json ),
               "device " + std::to_string( arguments.did ) +
                   " cannot be made before it is made: it is behind itself" );
         return nullptr;
     }
+    beingMade_.push_back( arguments.did );
     const Made *device = make( arguments, owner );
-    beingMade_.erase( arguments.did );
+    beingMade_.pop_back();
     return device;
 }
 

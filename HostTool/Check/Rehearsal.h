@@ -33,15 +33,15 @@ class Rehearsal {
         : tree_( tree ), board_( board ), findings_( findings ) {}
 
     /// All entries; those that have not the right shape are left out.
-    void addEntries( const Document &devices );
+    void addEntries( const JsonFile &devices );
     /// A document that is device arguments, of which nobody knows the class.
-    void addArguments( const Document &document );
+    void addArguments( const JsonFile &document );
 
     const std::unordered_map<uint32_t, Made> &made() const { return made_; }
 
   private:
     struct Entry {
-        const Document &document;
+        const JsonFile &document;
         const Value &json;
         DeviceClass deviceClass;
         std::string owner; ///< "'inlet': "
@@ -72,7 +72,7 @@ class Rehearsal {
     EmulatedMap *board_;
     Findings &findings_;
     std::unordered_map<uint32_t, Made> made_;
-    std::set<uint32_t> beingMade_;
+    std::vector<uint32_t> beingMade_; ///< the innermost last
     std::set<const MuxNode *> passed_;
 };
 

@@ -85,6 +85,7 @@ enum class RuleId {
     emulatedAddress,
     emulatedChannel,
     emulatedReference,
+    knobValue,
     chipAbsent,
     chipNotFitted,
     otherChip,

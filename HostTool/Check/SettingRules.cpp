@@ -40,7 +40,7 @@ class SettingChecker {
         if ( setting.need != Setting::Need::optional ) {
             tell( setting.need == Setting::Need::asserted ? RuleId::argumentMissing
                                                           : RuleId::argumentRefused,
-                  arguments_.placeOfSettings(),
+                  arguments_.placeFor( setting.key ),
                   "setting \"" + std::string( setting.key ) + "\" is missing" );
         }
     }

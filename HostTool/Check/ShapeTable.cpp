@@ -1,7 +1,5 @@
 #include "HostTool/Check/ShapeTable.h"
 
-#include "HostTool/Check/Values.h"
-
 #include <algorithm>
 #include <array>
 

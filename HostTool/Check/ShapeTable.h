@@ -1,6 +1,7 @@
 #pragma once
 
-#include "HostTool/Check/Document.h"
+#include "HostTool/Check/Kind.h"
+#include "HostTool/Check/Values.h"
 
 #include <span>
 #include <string_view>

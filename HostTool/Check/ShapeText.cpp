@@ -28,8 +28,8 @@ std::string nameOfType( std::string_view type ) {
     return std::string( type );
 }
 
-std::string expectedType( const Value *schema ) {
-    const Value *type = schema ? member( *schema, "type" ) : nullptr;
+std::string expectedType( const Value &schema ) {
+    const Value *type = member( schema, "type" );
     if ( !type ) {
         return "of another type";
     }
@@ -43,16 +43,16 @@ std::string expectedType( const Value *schema ) {
     return text;
 }
 
-std::vector<std::string> allowedTexts( const Value *schema ) {
+std::vector<std::string> allowedTexts( const Value &schema ) {
     std::vector<std::string> texts;
-    for ( const Value &each : elements( schema ? member( *schema, "enum" ) : nullptr ) ) {
+    for ( const Value &each : elements( member( schema, "enum" ) ) ) {
         texts.push_back( each.IsString() ? std::string( textOf( each ) ) : shown( each ) );
     }
     return texts;
 }
 
-bool hasItsType( const Value *schema, const Value &value ) {
-    const auto allowed = elements( member( *schema, "enum" ) );
+bool hasItsType( const Value &schema, const Value &value ) {
+    const auto allowed = elements( member( schema, "enum" ) );
     return std::any_of( allowed.begin(), allowed.end(),
                         [&]( const Value &each ) { return each.GetType() == value.GetType(); } );
 }
@@ -65,28 +65,8 @@ std::string listed( const std::vector<std::string> &texts ) {
     return list;
 }
 
-const Value *schemaAt( const Definition &definition, const std::vector<std::string> &path ) {
-    const Value *schema = &definition.schema();
-    for ( const std::string &key : path ) {
-        const Value *properties = schema ? member( *schema, "properties" ) : nullptr;
-        const Value *others = schema ? member( *schema, "additionalProperties" ) : nullptr;
-        schema = properties ? member( *properties, key ) : others;
-    }
-    return schema;
-}
-
-std::vector<std::string> knownKeys( const Value *schema ) {
-    std::vector<std::string> keys;
-    if ( const Value *properties = schema ? member( *schema, "properties" ) : nullptr ) {
-        for ( const auto &each : properties->GetObject() ) {
-            keys.emplace_back( textOf( each.name ) );
-        }
-    }
-    return keys;
-}
-
-std::string called( const std::vector<std::string> &path ) {
-    return path.empty() ? "this" : "\"" + path.back() + "\"";
+std::string called( std::string_view key ) {
+    return key.empty() ? "this" : "\"" + std::string( key ) + "\"";
 }
 
 /// "; did you mean 'x'?" as a hint of its own.
@@ -95,41 +75,46 @@ std::string meant( std::string_view word, const std::vector<std::string> &known 
     return text.empty() ? "" : text.substr( 2 );
 }
 
-Fault unknownKey( const Definition &definition, std::vector<std::string> path ) {
-    const std::string key = path.back();
-    path.pop_back();
-    const std::vector<std::string> known = knownKeys( schemaAt( definition, path ) );
-    const std::string nearestKey = meant( key, known );
-    return { RuleId::unknownKey, "unknown key \"" + key + "\"",
-             nearestKey.empty() ? "known are " + listed( known ) : nearestKey };
+std::string descriptionOf( const Value &schema ) {
+    return std::string( textIn( schema, "description" ).value_or( "" ) );
 }
 
 } // namespace
 
-std::string descriptionOf( const Value *schema ) {
-    const auto text = schema ? textIn( *schema, "description" ) : std::nullopt;
-    return std::string( text.value_or( "" ) );
+Fault missingKey( std::string_view key, const Value &schema ) {
+    return { RuleId::missingKey, "\"" + std::string( key ) + "\" is missing",
+             descriptionOf( schema ) };
 }
 
-Fault describe( const Definition &definition, const std::vector<std::string> &path,
-                const Value &value, std::string_view keyword ) {
-    const Value *schema = schemaAt( definition, path );
-    if ( keyword == "additionalProperties" && !path.empty() ) {
-        return unknownKey( definition, path );
-    }
+Fault unknownKey( std::string_view key, const std::vector<std::string> &known ) {
+    const std::string nearestKey = meant( key, known );
+    return { RuleId::unknownKey, "unknown key \"" + std::string( key ) + "\"",
+             nearestKey.empty() ? "known are " + listed( known ) : nearestKey };
+}
+
+Fault wrongType( const Value &schema, std::string_view key, const Value &value,
+                 const std::string &expected ) {
+    return { RuleId::wrongType, called( key ) + " must be " + expected + ", not " + typeOf( value ),
+             descriptionOf( schema ) };
+}
+
+Fault wrongValue( const Value &schema, std::string_view key, const Value &value ) {
+    return { RuleId::wrongValue, called( key ) + " cannot be " + shown( value ),
+             descriptionOf( schema ) };
+}
+
+Fault describe( const Value &schema, std::string_view key, const Value &value,
+                std::string_view keyword ) {
     if ( keyword == "type" ) {
-        return { RuleId::wrongType,
-                 called( path ) + " must be " + expectedType( schema ) + ", not " + typeOf( value ),
-                 descriptionOf( schema ) };
+        return wrongType( schema, key, value, expectedType( schema ) );
     }
+    Fault fault = wrongValue( schema, key, value );
     if ( const std::vector<std::string> texts = allowedTexts( schema ); !texts.empty() ) {
         const std::string hint = value.IsString() ? meant( textOf( value ), texts ) : "";
-        return { hasItsType( schema, value ) ? RuleId::wrongValue : RuleId::wrongType,
-                 called( path ) + " cannot be " + shown( value ),
-                 hint.empty() ? "it is one of " + listed( texts ) : hint };
+        fault.rule = hasItsType( schema, value ) ? RuleId::wrongValue : RuleId::wrongType;
+        fault.hint = hint.empty() ? "it is one of " + listed( texts ) : hint;
     }
-    return { RuleId::wrongValue, called( path ) + " cannot be " + shown( value ),
-             descriptionOf( schema ) };
+    return fault;
 }
 
 } // namespace HostTool::Check

@@ -51,7 +51,8 @@ class SlotChecker {
         }
         const std::vector<std::string> known( std::begin( types ), std::end( types ) );
         const std::string meant = didYouMean( type_, known );
-        tell( RuleId::identificationType, type ? at( *type ) : arguments_.placeOfSettings(),
+        tell( RuleId::identificationType,
+              type ? at( *type ) : arguments_.placeFor( "identificationType" ),
               type ? "identification type " + quoted( type_ ) + " is none; the driver takes pmbus"
                    : "no \"identificationType\"; the driver takes pmbus",
               meant.empty() ? "it is one of pmbus, ipmi, ipmitool, ipmitool_raw, wedge and tlv"
@@ -61,7 +62,7 @@ class SlotChecker {
     void checkCommandPart( const char *key, RuleId missing ) {
         const Value *value = arguments_.setting( key );
         if ( !value ) {
-            tell( missing, arguments_.placeOfSettings(),
+            tell( missing, arguments_.placeFor( key ),
                   "setting \"" + std::string( key ) + "\" is missing" );
             return;
         }

@@ -8,10 +8,6 @@ Twins::Twins( const Value &root ) {
     collect( root );
 }
 
-static std::string_view textOfName( const Value::Member &member ) {
-    return { member.name.GetString(), member.name.GetStringLength() };
-}
-
 void Twins::collect( const Value &value ) {
     constexpr rapidjson::SizeType few = 16;
     if ( value.IsArray() ) {
@@ -31,7 +27,7 @@ void Twins::collect( const Value &value ) {
 void Twins::collectFew( const Value &object ) {
     for ( auto later = object.MemberBegin(); later != object.MemberEnd(); ++later ) {
         for ( auto first = object.MemberBegin(); first != later; ++first ) {
-            if ( textOfName( *first ) == textOfName( *later ) ) {
+            if ( wholeText( first->name ) == wholeText( later->name ) ) {
                 twins_[&object].push_back( &later->value );
                 break;
             }
@@ -42,7 +38,7 @@ void Twins::collectFew( const Value &object ) {
 void Twins::collectMany( const Value &object ) {
     std::unordered_set<std::string_view> met;
     for ( const auto &each : object.GetObject() ) {
-        if ( !met.insert( textOfName( each ) ).second ) {
+        if ( !met.insert( wholeText( each.name ) ).second ) {
             twins_[&object].push_back( &each.value );
         }
     }
@@ -51,7 +47,7 @@ void Twins::collectMany( const Value &object ) {
 std::string_view Twins::nameOf( const Value &object, const Value &member ) {
     for ( const auto &each : object.GetObject() ) {
         if ( &each.value == &member ) {
-            return textOfName( each );
+            return wholeText( each.name );
         }
     }
     return {};

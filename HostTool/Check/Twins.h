@@ -13,7 +13,8 @@ class Twins {
   public:
     explicit Twins( const Value &root );
 
-    bool has( const Value &object ) const { return !twins_.empty() && twins_.contains( &object ); }
+    bool empty() const { return twins_.empty(); }
+    bool has( const Value &object ) const { return twins_.contains( &object ); }
     /// The values of keys that stood there before.
     const std::vector<const Value *> &of( const Value &object ) const {
         return twins_.at( &object );

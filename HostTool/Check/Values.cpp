@@ -11,7 +11,7 @@ namespace HostTool::Check {
 const Value *member( const Value &object, std::string_view key ) {
     if ( object.IsObject() ) {
         for ( const auto &each : object.GetObject() ) {
-            if ( std::string_view( each.name.GetString(), each.name.GetStringLength() ) == key ) {
+            if ( wholeText( each.name ) == key ) {
                 return &each.value;
             }
         }
@@ -23,7 +23,7 @@ const Value *lastMember( const Value &object, std::string_view key ) {
     const Value *found = nullptr;
     if ( object.IsObject() ) {
         for ( const auto &each : object.GetObject() ) {
-            if ( std::string_view( each.name.GetString(), each.name.GetStringLength() ) == key ) {
+            if ( wholeText( each.name ) == key ) {
                 found = &each.value;
             }
         }

@@ -24,6 +24,9 @@ std::optional<uint32_t> numberIn( const Value &object, std::string_view key );
 /// As much of a text as the library sees of it: up to a zero character.
 std::optional<std::string_view> textIn( const Value &object, std::string_view key );
 std::string_view textOf( const Value &text );
+inline std::string_view wholeText( const Value &text ) {
+    return { text.GetString(), text.GetStringLength() };
+}
 
 /// "a text", "a number", ...
 const char *typeOf( const Value &value );

@@ -36,6 +36,37 @@ TEST_F( JsonFileTest, ValuesKnowTheirLine ) {
     EXPECT_EQ( 5u, file.lineOf( file.root()[1] ) );
 }
 
+TEST_F( JsonFileTest, KeysHaveAPlaceOfTheirOwn ) {
+    const JsonFile file( "a.json", "{\n  \"\xc3\xbc\" : [ 1 ] }" );
+    const rapidjson::Value &list = file.root().MemberBegin()->value;
+    EXPECT_EQ( 3u, file.placeOf( atKeyOf( list ) ).column );
+    EXPECT_EQ( 10u, file.placeOf( at( list ) ).column ); // columns count bytes
+    EXPECT_EQ( 12u, file.placeOf( at( list[0] ) ).column );
+}
+
+TEST_F( JsonFileTest, NumbersAreFoundAsTheyAreWritten ) {
+    const JsonFile file( "a.json", "[ -0,1.50 , 2e3]" );
+    EXPECT_EQ( "-0", file.digitsOf( file.root()[0] ) );
+    EXPECT_EQ( "1.50", file.digitsOf( file.root()[1] ) );
+    EXPECT_EQ( "2e3", file.digitsOf( file.root()[2] ) );
+}
+
+TEST_F( JsonFileTest, FlawedTextsAreKeptForThoseWhoAsk ) {
+    const JsonFile file( "a.json", "[ 1" );
+    ASSERT_TRUE( file.flaw() );
+    EXPECT_EQ( Flaw::What::syntax, file.flaw()->what );
+    EXPECT_TRUE( file.root().IsNull() );
+}
+
+TEST_F( JsonFileTest, ByteOrderMarkIsNamed ) {
+    content( "\xef\xbb\xbf[]" );
+    EXPECT_EQ( path() + ":1:1: a byte order mark stands in front of the document", refusal() );
+}
+
+TEST_F( JsonFileTest, EndlessFileIsRefused ) {
+    EXPECT_EQ( "/dev/zero:1:1: larger than 64 MiB", refusalOf( "/dev/zero" ) );
+}
+
 TEST_F( JsonFileTest, TextIsTheFileByteForByte ) {
     content( "[ 1 ]\r\n \n" );
     EXPECT_EQ( "[ 1 ]\r\n \n", JsonFile( path() ).text() );

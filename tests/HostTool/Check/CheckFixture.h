@@ -56,7 +56,7 @@ class CheckTest : public testing::Test {
         const HostTool::Check::Findings findings = check( set_ );
         std::vector<std::string> lines;
         for ( const HostTool::Check::Finding &finding : findings.all() ) {
-            const HostTool::Check::Place place = finding.document->placeOf( finding.spot );
+            const HostTool::Place place = finding.document->placeOf( finding.spot );
             std::string line = finding.rule->name;
             if ( withPlace ) {
                 line = finding.document->path() + ":" + std::to_string( place.line ) + ":" +

@@ -23,9 +23,9 @@ TEST_F( CheckTest, DeepDocumentsAreRefused ) {
 }
 
 TEST_F( CheckTest, AllFaultsOfAnObjectAreTold ) {
-    devices( R"([ { "class": "fan", "nmae": "a", "arguments": [], "more": 1 } ])" );
-    EXPECT_THAT( rules(),
-                 ElementsAre( "missing-key", "unknown-key", "unknown-key", "wrong-type" ) );
+    devices( R"([ { "class": "temp_sensor", "nmae": "a", "arguments": [], "more": 1 } ])" );
+    EXPECT_THAT( rules(), ElementsAre( "missing-key", "missing-key", "unknown-key", "unknown-key",
+                                       "wrong-type" ) );
     EXPECT_THAT( report(), HasSubstr( "did you mean 'name'?" ) );
 }
 

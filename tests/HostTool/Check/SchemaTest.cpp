@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+using HostTool::JsonFile;
 using HostTool::Check::checkShape;
-using HostTool::Check::Document;
 using HostTool::Check::Findings;
 using HostTool::Check::Kind;
 
@@ -40,7 +40,7 @@ std::string contents( const std::filesystem::path &path ) {
 }
 
 bool linterPasses( Kind kind, const std::string &path ) {
-    const Document document( path, contents( path ) );
+    const JsonFile document( path, contents( path ) );
     Findings findings;
     return checkShape( document, kind, findings );
 }
@@ -91,7 +91,7 @@ class SchemaTest : public testing::TestWithParam<Case> {
         for ( const auto &entry : std::filesystem::directory_iterator( folder ) ) {
             const std::string path = entry.path();
             if ( entry.path().extension() == ".json" &&
-                 !Document( path, contents( path ) ).flaw() ) {
+                 !JsonFile( path, contents( path ) ).flaw() ) {
                 paths.push_back( path );
             }
         }
@@ -115,7 +115,7 @@ class SchemaTest : public testing::TestWithParam<Case> {
     }
 
     static bool hasTwins( const std::string &path ) {
-        const Document document( path, contents( path ) );
+        const JsonFile document( path, contents( path ) );
         Findings findings;
         checkShape( document, GetParam().kind, findings );
         return std::any_of( findings.all().begin(), findings.all().end(), []( const auto &each ) {

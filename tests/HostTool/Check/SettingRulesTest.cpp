@@ -79,6 +79,11 @@ TEST_P( SettingTest, IsTold ) {
 INSTANTIATE_TEST_SUITE_P( Settings, SettingTest, testing::ValuesIn( cases ),
                           []( const auto &each ) { return std::string( each.param.name ); } );
 
+TEST_F( CheckTest, AllSettingsThatAreMissingAreTold ) {
+    oneDevice( "gpio", "GpioDriver", "{}" );
+    EXPECT_THAT( rules(), ElementsAre( "argument-missing", "argument-missing" ) );
+}
+
 TEST_F( SlotTest, ModelsWithTemplates ) {
     EXPECT_THAT( rulesOfSlot( R"("identificationType": "pmbus",
         "model_1": "A", "psuFdl_1": "{serialNum}", "model_2": "B", "psuFdl_2": "{serialNum}")" ),

@@ -29,6 +29,17 @@ const rapidjson::Document &emulationSchema() {
     return document;
 }
 
+/// What the schema says of the knobs of a type of chip.
+const rapidjson::Value &knobsOf( const std::string &type ) {
+    const rapidjson::Value &definitions = emulationSchema()["definitions"];
+    const rapidjson::Value *set = &definitions[type.c_str()]["properties"]["set"];
+    if ( set->HasMember( "$ref" ) ) {
+        const std::string reference = ( *set )["$ref"].GetString();
+        set = &definitions[reference.substr( reference.rfind( '/' ) + 1 ).c_str()];
+    }
+    return ( *set )["properties"];
+}
+
 std::vector<std::string> keysOf( const rapidjson::Value &object ) {
     std::vector<std::string> keys;
     for ( const auto &each : object.GetObject() ) {
@@ -65,8 +76,7 @@ TEST( CheckTables, ChipsOfTheSchemaHaveTheKnobsThatCanBeSet ) {
         rapidjson::Document chip;
         chip.Parse( ( "{ \"type\": \"" + name + "\" }" ).c_str() );
         EXPECT_EQ( name, HostTool::Check::rowOf( HostTool::Check::Node::chip ).pick( chip ) );
-        const rapidjson::Value &set = definitions[name.c_str()]["properties"]["set"];
-        EXPECT_THAT( keysOf( set["properties"] ), UnorderedElementsAreArray( knobs ) );
+        EXPECT_THAT( keysOf( knobsOf( name ) ), UnorderedElementsAreArray( knobs ) );
     }
     std::vector<std::string> known;
     for ( const auto &each : definitions["chip"]["properties"]["type"]["enum"].GetArray() ) {

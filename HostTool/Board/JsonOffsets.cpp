@@ -1,11 +1,11 @@
-#include "HostTool/Check/Offsets.h"
+#include "HostTool/Board/JsonOffsets.h"
 
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
 #include <utility>
 
-namespace HostTool::Check {
+namespace HostTool {
 
 namespace {
 
@@ -33,7 +33,7 @@ class Collector : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Collect
     bool EndObject( rapidjson::SizeType ) { return bracket( false ); }
     bool EndArray( rapidjson::SizeType ) { return bracket( false ); }
 
-    std::vector<TokenOffsets> offsets;
+    std::vector<JsonOffsets> offsets;
 
   private:
     static constexpr size_t none = std::string_view::npos;
@@ -68,7 +68,7 @@ class Collector : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Collect
 
 } // namespace
 
-std::vector<TokenOffsets> offsetsOfValues( std::string_view text ) {
+std::vector<JsonOffsets> offsetsOfValues( std::string_view text ) {
     Text stream( text );
     Collector collector( text, stream );
     rapidjson::Reader reader;
@@ -76,4 +76,4 @@ std::vector<TokenOffsets> offsetsOfValues( std::string_view text ) {
     return std::move( collector.offsets );
 }
 
-} // namespace HostTool::Check
+} // namespace HostTool
