@@ -76,6 +76,11 @@ class WholeBoardTest : public testing::Test {
     ServerProcess server;
 };
 
+/// The driver of a QSFP cage answers these without reading a register.
+bool isNeverRead( const std::string &key ) {
+    return key == "mod_sel" || key == "lp_mode";
+}
+
 /// "Ethernet7.reset: reason" for a reading without a value of a device that should have one.
 std::string failuresIn( const Document &shown ) {
     std::string failures;
@@ -83,7 +88,9 @@ std::string failuresIn( const Document &shown ) {
         for ( const auto &reading : device["readings"].GetObject() ) {
             const std::string status = reading.value["status"].GetString();
             const bool isRead = status == "PL_STATUS_OK" && !reading.value["value"].IsNull();
-            if ( !isRead && status != "PL_STATUS_NOT_SUPPORTED" ) {
+            const bool isUnread = reading.value["freshness"] == "never" && status == "PL_STATUS_OK";
+            if ( !isRead && status != "PL_STATUS_NOT_SUPPORTED" &&
+                 !( isUnread && isNeverRead( reading.name.GetString() ) ) ) {
                 failures += std::string( device["name"].GetString() ) + "." +
                             reading.name.GetString() + ": " + status + "\n";
             }
