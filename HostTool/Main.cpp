@@ -1,11 +1,23 @@
 #include "HostTool/Commands.h"
 #include "HostTool/Host/HostServices.h"
+#include "HostTool/Output/Print.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
+#include <exception>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace HostTool {
+
+// A descriptor that was closed would be given to the next file that is opened, and what is printed
+// would go into the connection to the server. In its place stands a file that takes no text.
+static void reserveStandardDescriptors() {
+    for ( const int each : { STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO } ) {
+        if ( fcntl( each, F_GETFD ) < 0 ) {
+            open( "/dev/null", each == STDIN_FILENO ? O_WRONLY : O_RDONLY );
+        }
+    }
+}
 
 static ExitCode runCommand( const CommandRow &command, const Options &options ) {
     setEnvironment( options );
@@ -38,12 +50,12 @@ static ExitCode run( const Options &options ) {
         if ( !options.help ) {
             throw Failure( ExitCode::badInput, "no command; kavractl --help lists them" );
         }
-        fputs( help().c_str(), stdout );
+        print( help() );
         return ExitCode::fine;
     }
     const CommandRow &command = findCommand( options.command );
     if ( options.help ) {
-        fputs( helpOf( command ).c_str(), stdout );
+        print( helpOf( command ) );
         return ExitCode::fine;
     }
     return runCommand( command, options );
@@ -53,15 +65,19 @@ static ExitCode run( const Options &options ) {
 
 int main( int count, char **values ) {
     using namespace HostTool;
+    reserveStandardDescriptors();
     try {
         const ExitCode code = run( parseOptions( { values + 1, values + count } ) );
-        if ( fflush( stdout ) != 0 ) {
-            throw Failure( ExitCode::badInput,
-                           std::string( "cannot write to standard output: " ) + strerror( errno ) );
+        print( "" ); // what is still in the buffer
+        if ( ferror( stdout ) != 0 ) {
+            throw Failure( ExitCode::badInput, "cannot write all of it to standard output" );
         }
         return static_cast<int>( code );
     } catch ( const Failure &failure ) {
         fprintf( stderr, "kavractl: %s\n", failure.what() );
         return static_cast<int>( failure.code() );
+    } catch ( const std::exception &exception ) { // no memory, for one
+        fprintf( stderr, "kavractl: %s\n", exception.what() );
+        return static_cast<int>( ExitCode::boardTrouble );
     }
 }

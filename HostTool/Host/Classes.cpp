@@ -328,13 +328,16 @@ State judge( const Entry &entry, const Readings &readings ) {
     const std::vector<Column> &columns = rowOf( entry.deviceClass ).columns;
     for ( size_t i = 0; i < columns.size(); ++i ) {
         const std::string_view key = columns[i].key;
+        if ( !readings[i].hasValue() ) {
+            continue;
+        }
         if ( key == "temperature" ) {
             return judgeTemperature( *entry.thresholds, std::get<float>( readings[i].value ) );
         }
         if ( key == "power_ok" && !std::get<bool>( readings[i].value ) ) {
             return State::bad;
         }
-        if ( key == "present" && readings[i].hasValue() && !std::get<bool>( readings[i].value ) ) {
+        if ( key == "present" && !std::get<bool>( readings[i].value ) ) {
             return State::absent;
         }
     }

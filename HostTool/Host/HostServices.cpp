@@ -10,7 +10,6 @@
 #include <sys/signalfd.h>
 
 #include <algorithm>
-#include <array>
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
@@ -37,6 +36,11 @@ constexpr const char *pollTrace = "setting polling interval to %ums";
 // The library's own words when its one blink timer fires.
 constexpr int blinkLevel = 4;
 constexpr const char *blinkTrace = "%s() led blink timer hit notifying %zu leds";
+
+bool isIgnored( int number ) {
+    struct sigaction action = {};
+    return sigaction( number, nullptr, &action ) == 0 && action.sa_handler == SIG_IGN;
+}
 
 int leaveLoop( sd_event_source *, uint64_t, void *userdata ) {
     *static_cast<bool *>( userdata ) = true;
@@ -73,7 +77,7 @@ bool HostServices::wants( int level ) const {
 
 void HostServices::keep( int level, const std::string &text ) {
     if ( level <= traceLevel_ ) {
-        fprintf( stderr, "trace %d: %s\n", level, text.c_str() );
+        fprintf( stderr, "trace %d: %s\n", level, printable( text ).c_str() );
     }
     if ( level > leastImportantKept ) {
         return;
@@ -90,6 +94,10 @@ void HostServices::runFor( int milliseconds ) {
     const uint64_t period = static_cast<uint64_t>( milliseconds ) * microsecondsPerMillisecond;
     int result =
         sd_event_add_time_relative( loop_, &end, CLOCK_MONOTONIC, period, 1, leaveLoop, &over );
+    if ( result >= 0 ) {
+        // However late the machine lets us look, the timers that are due by then fire first.
+        result = sd_event_source_set_priority( end, SD_EVENT_PRIORITY_IDLE );
+    }
     while ( result >= 0 && !over ) {
         result = sd_event_run( loop_, UINT64_MAX );
     }
@@ -101,19 +109,20 @@ void HostServices::runFor( int milliseconds ) {
 
 void HostServices::runUntilInterrupted( std::optional<int> seconds ) {
     bool over = false;
-    std::array<sd_event_source *, 3> ends = {};
-    const uint64_t period = seconds ? static_cast<uint64_t>( *seconds ) * millisecondsPerSecond *
-                                          microsecondsPerMillisecond
-                                    : 0;
-    int result = sd_event_add_signal( loop_, &ends[0], SIGINT | SD_EVENT_SIGNAL_PROCMASK,
-                                      leaveLoopBySignal, &over );
-    if ( result >= 0 ) {
-        result = sd_event_add_signal( loop_, &ends[1], SIGTERM | SD_EVENT_SIGNAL_PROCMASK,
-                                      leaveLoopBySignal, &over );
+    std::vector<sd_event_source *> ends;
+    int result = 0;
+    for ( const int number : interruptions() ) {
+        if ( result >= 0 ) {
+            result =
+                sd_event_add_signal( loop_, &ends.emplace_back(), number | SD_EVENT_SIGNAL_PROCMASK,
+                                     leaveLoopBySignal, &over );
+        }
     }
     if ( result >= 0 && seconds ) {
-        result = sd_event_add_time_relative( loop_, &ends[2], CLOCK_MONOTONIC, period, 1, leaveLoop,
-                                             &over );
+        const uint64_t period =
+            static_cast<uint64_t>( *seconds ) * millisecondsPerSecond * microsecondsPerMillisecond;
+        result = sd_event_add_time_relative( loop_, &ends.emplace_back(), CLOCK_MONOTONIC, period,
+                                             1, leaveLoop, &over );
     }
     while ( result >= 0 && !over ) {
         result = sd_event_run( loop_, UINT64_MAX );
@@ -172,6 +181,12 @@ void HostServices::hear( int level, const char *format ) {
     if ( level == blinkLevel && strcmp( format, blinkTrace ) == 0 ) {
         ++blinks_;
     }
+}
+
+std::vector<int> interruptions() {
+    std::vector<int> numbers = { SIGINT, SIGTERM, SIGHUP };
+    std::erase_if( numbers, isIgnored );
+    return numbers;
 }
 
 std::string printable( std::string text, bool keepLineEnds ) {

@@ -35,7 +35,7 @@ class HostServices {
     sd_event *loop() { return loop_; }
     /// Runs the event loop, and with it the library's timers, for a while.
     void runFor( int milliseconds );
-    /// The same until SIGINT or SIGTERM comes, or for so many seconds.
+    /// The same until one of the interruptions comes, or for so many seconds.
     void runUntilInterrupted( std::optional<int> seconds );
 
     /// A host may let a timer wait: while timers are held none of them fires, and what came due
@@ -77,6 +77,10 @@ class HostServices {
     std::vector<Poller> pollers_;
     unsigned blinks_ = 0;
 };
+
+/// The signals that end a command that goes on: SIGINT, SIGTERM and SIGHUP, but for those that the
+/// process was started to ignore, as nohup does it.
+std::vector<int> interruptions();
 
 /// Text from outside with everything but printable ASCII replaced, so that it can neither disturb a
 /// terminal nor break JSON. Line ends stay only when asked for.

@@ -84,7 +84,7 @@ void parseFan( const Words &words, Request &request ) {
     }
     request.order = { Setting::fanSpeed, parseNumber( text, "speed; 9000 and 60% are" ) };
     if ( request.isPercent && request.order.value > fullPercent ) {
-        refuse( words[0] + " is more than all" );
+        refuse( words[0] + " is more than 100%" );
     }
 }
 
@@ -223,6 +223,14 @@ void prepare( Request &request, const Device &device, std::vector<Device> &devic
     // The registers of a transceiver chip must have been read before one bit in them is written.
     if ( request.entry->deviceClass == DeviceClass::xcvr ) {
         readDevices( devices );
+        std::vector<const Device *> cages;
+        for ( const Device &each : devices ) {
+            cages.push_back( &each );
+        }
+        if ( const std::string reason = whyNotYet( request.order.setting, cages );
+             !reason.empty() ) {
+            throw Failure( ExitCode::boardTrouble, "'" + request.entry->name + "': " + reason );
+        }
     }
 }
 

@@ -86,6 +86,15 @@ const SettingRow rows[] = {
       []( int value ) { return std::to_string( value ); } },
 };
 
+bool wasPolled( const Device &device ) {
+    for ( size_t i = 0; i < device.readings.size(); ++i ) {
+        if ( device.row->columns[i].isPolled && device.readings[i].hasValue() ) {
+            return true;
+        }
+    }
+    return false;
+}
+
 const SettingRow &rowOf( Setting setting ) {
     return *std::find_if( std::begin( rows ), std::end( rows ),
                           [=]( const SettingRow &each ) { return each.setting == setting; } );
@@ -104,6 +113,19 @@ std::string whyNot( const Device &device, Setting setting ) {
         return name + ": " + device.refusal;
     }
     return row.isProvided( device.record ) ? "" : name + ": " + row.missing;
+}
+
+std::string whyNotYet( Setting setting, const std::vector<const Device *> &cages ) {
+    if ( setting != Setting::reset && setting != Setting::txDisable ) {
+        return "";
+    }
+    const auto unknown = std::find_if( cages.begin(), cages.end(), []( const Device *each ) {
+        return each->record && !wasPolled( *each );
+    } );
+    return unknown == cages.end()
+               ? ""
+               : "the library has not polled '" + ( *unknown )->entry->name +
+                     "' yet: the bits of other cages in the register would become 0";
 }
 
 Outcome tell( const Device &device, const Order &order ) {

@@ -34,6 +34,12 @@ struct Outcome {
 /// reset"); empty when it can.
 std::string whyNot( const Device &device, Setting setting );
 
+/// Why an order cannot be given yet; empty when it can. The library writes a signal of a
+/// transceiver on top of what its poll read last in the register, and takes a register that it has
+/// not polled for 0.
+/// @param cages the devices of the transceiver's chip, as they were read last
+std::string whyNotYet( Setting setting, const std::vector<const Device *> &cages );
+
 /// Tells the device, which can take orders of this kind.
 Outcome tell( const Device &device, const Order &order );
 

@@ -2,6 +2,7 @@
 
 #include "HostTool/Host/AbortNote.h"
 #include "HostTool/Host/HostServices.h"
+#include "HostTool/Host/Provides.h"
 #include "HostTool/Host/Reading.h"
 
 #include <array>
@@ -30,9 +31,9 @@ std::string hex( unsigned number, int digits ) {
 template <class... Parameter, class... Argument>
 pl_status call( pl_smbus *chip, pl_status ( *pl_smbus_ops::*slot )( pl_smbus *, Parameter... ),
                 Argument... arguments ) {
-    return chip->ops->*slot == nullptr
-               ? PL_STATUS_NOT_SUPPORTED
-               : ( chip->ops->*slot )( chip, static_cast<Parameter>( arguments )... );
+    return provides( chip->ops, slot )
+               ? ( chip->ops->*slot )( chip, static_cast<Parameter>( arguments )... )
+               : PL_STATUS_NOT_SUPPORTED;
 }
 
 SmbusResult number( pl_status status, unsigned value, int digits ) {
@@ -151,16 +152,14 @@ SmbusResult processCall( pl_smbus *chip, const SmbusCall &asked ) {
 const std::vector<SmbusOperation> operations = {
     { "quick",
       "[0|1]",
-      "the address and this direction bit alone",
       0,
       1,
       { 1 },
       []( const SmbusCall & ) -> std::string { return "a quick command to"; },
       quick },
-    { "receive", "", "reads a byte without naming a register", 0, 0, {}, writesNothing, receive },
+    { "receive", "", 0, 0, {}, writesNothing, receive },
     { "send",
       "BYTE",
-      "writes a byte without naming a register",
       1,
       1,
       { byteLimit },
@@ -168,10 +167,9 @@ const std::vector<SmbusOperation> operations = {
           return hex( call.numbers[0], byteDigits ) + " without a register to";
       },
       send },
-    { "read", "REG", "reads a byte", 1, 1, { byteLimit }, writesNothing, read },
+    { "read", "REG", 1, 1, { byteLimit }, writesNothing, read },
     { "write",
       "REG BYTE",
-      "writes a byte",
       2,
       2,
       { byteLimit },
@@ -179,7 +177,6 @@ const std::vector<SmbusOperation> operations = {
       write },
     { "word",
       "REG [WORD]",
-      "reads or writes a word, low byte first",
       1,
       2,
       { byteLimit, wordLimit },
@@ -191,7 +188,6 @@ const std::vector<SmbusOperation> operations = {
       word },
     { "block",
       "REG [BYTE...]",
-      "reads or writes an SMBus block of up to 32 bytes",
       1,
       1 + largestBlock,
       { byteLimit },
@@ -199,7 +195,6 @@ const std::vector<SmbusOperation> operations = {
       blockAccess },
     { "i2cblock",
       "REG LENGTH [BYTE...]",
-      "reads or writes so many bytes, up to 255",
       2,
       2 + largestI2cBlock,
       { byteLimit, largestI2cBlock, byteLimit },
@@ -207,7 +202,6 @@ const std::vector<SmbusOperation> operations = {
       i2cBlock },
     { "call",
       "REG WORD",
-      "process call: writes a word and reads the answer",
       2,
       2,
       { byteLimit, wordLimit },

@@ -30,7 +30,6 @@ struct SmbusResult {
 struct SmbusOperation {
     const char *name;
     const char *operands; ///< behind bus and chip, as the usage shows them
-    const char *help;
     size_t leastNumbers;
     size_t mostNumbers;
     std::vector<unsigned> limits; ///< the largest number at each place; the last for all behind it

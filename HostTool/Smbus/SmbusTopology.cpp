@@ -45,7 +45,8 @@ class TopologyDocument {
 
     bool hasLabel( const std::string &label ) const { return labels_.contains( label ); }
 
-    void addProxy( Value &bus, const std::string &label, unsigned address ) {
+    /// @return false when the bus's devices are no list
+    bool addProxy( Value &bus, const std::string &label, unsigned address ) {
         auto &allocator = document_.GetAllocator();
         Value chip( rapidjson::kObjectType );
         chip.AddMember( "address", address, allocator );
@@ -57,7 +58,11 @@ class TopologyDocument {
         if ( !bus.HasMember( "devices" ) ) {
             bus.AddMember( "devices", Value( rapidjson::kArrayType ), allocator );
         }
+        if ( !bus["devices"].IsArray() ) {
+            return false;
+        }
         bus["devices"].PushBack( device, allocator );
+        return true;
     }
 
     std::string text() const {
@@ -139,8 +144,9 @@ std::string topologyWithProxies( const Board &board, const std::string &bus,
         std::array<char, 8> suffix;
         snprintf( suffix.data(), suffix.size(), "<0x%02x>", address );
         const std::string label = bus + suffix.data();
-        if ( !document.hasLabel( label ) ) {
-            document.addProxy( *found, label, address );
+        if ( !document.hasLabel( label ) && !document.addProxy( *found, label, address ) ) {
+            throw Failure( ExitCode::badInput, board.topologyPath + ": \"devices\" of bus '" + bus +
+                                                   "' must be an array" );
         }
     }
     return document.text();

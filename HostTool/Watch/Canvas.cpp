@@ -38,7 +38,8 @@ void Canvas::put( int row, int column, char32_t character, Style style ) {
 int Canvas::put( int row, int column, std::string_view text, Style style, int width ) {
     const auto most = static_cast<size_t>( std::max( width, 0 ) );
     for ( const char each : text.substr( 0, most ) ) {
-        put( row, column++, static_cast<char32_t>( each ), style );
+        const bool isPrintable = each >= ' ' && each <= '~';
+        put( row, column++, isPrintable ? static_cast<char32_t>( each ) : U'?', style );
     }
     return column;
 }

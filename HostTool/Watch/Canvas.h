@@ -39,7 +39,7 @@ class Canvas {
     const Glyph &at( int row, int column ) const { return glyphs_[index( row, column )]; }
 
     void put( int row, int column, char32_t character, Style style = {} );
-    /// Printable ASCII, at most so many places of it.
+    /// At most so many places of a text; what is no printable ASCII becomes '?'.
     /// @return the column behind it
     int put( int row, int column, std::string_view text, Style style = {},
              int width = longestText );

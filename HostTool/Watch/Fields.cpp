@@ -38,11 +38,6 @@ std::string shortNameOf( std::string_view key ) {
     return std::string( row == std::end( shortNames ) ? key : row->shortName );
 }
 
-std::string oneLine( std::string text ) {
-    std::replace( text.begin(), text.end(), '\n', ' ' );
-    return text;
-}
-
 std::string lastGoodText( const Sample &sample, const Column &column ) {
     return "was " + oneLine( valueText( sample.lastGood, column ) );
 }
@@ -73,7 +68,8 @@ Texts fieldsOfFailure( const Item &item, Moment now ) {
     }
     for ( size_t i = 0; i < item.samples.size(); ++i ) {
         const Sample &sample = item.samples[i];
-        if ( !isFailure( sample.reading ) ) {
+        // What is not there is no failure: another reading is why the device failed.
+        if ( !isFailure( sample.reading ) || sample.reading.status == PL_STATUS_NOT_PRESENT ) {
             continue;
         }
         if ( !sample.lastGood.hasValue() ) {
@@ -165,6 +161,11 @@ constexpr std::array<LightRow, 7> lights = { {
 } };
 
 } // namespace
+
+std::string oneLine( std::string text ) {
+    std::replace( text.begin(), text.end(), '\n', ' ' );
+    return text;
+}
 
 std::string ageText( Moment since, Moment now ) {
     const long long seconds =

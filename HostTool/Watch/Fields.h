@@ -8,6 +8,9 @@
 
 namespace HostTool::Watch {
 
+/// The text with a blank in place of each line end.
+std::string oneLine( std::string text );
+
 /// "12 s", "3 min", "2 h": how long ago something was.
 std::string ageText( Moment since, Moment now );
 

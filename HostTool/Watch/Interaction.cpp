@@ -183,8 +183,11 @@ Answer takeSpeed( View &view, const Model &model ) {
     if ( isSafe ) {
         return command;
     }
+    const std::string speedText = textOf( command.order );
     return askToConfirm( view, command,
-                         fan.entry().name + ": only " + textOf( command.order ) + "?" );
+                         fan.entry().name + ": " +
+                             ( fan.fullSpeed ? "only " + speedText + "?"
+                                             : speedText + "? Its full speed is not known." ) );
 }
 
 Answer answerSpeed( View &view, const Model &model, const Key &key ) {

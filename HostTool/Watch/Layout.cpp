@@ -1,5 +1,6 @@
 #include "HostTool/Watch/Layout.h"
 
+#include "HostTool/Output/ValueText.h"
 #include "HostTool/Watch/DeviceColumns.h"
 #include "HostTool/Watch/Fields.h"
 #include "HostTool/Watch/PortPanel.h"
@@ -80,6 +81,11 @@ void drawHelp( Canvas &canvas ) {
     }
 }
 
+std::string degrees( float celsius ) {
+    constexpr int decimals = 1;
+    return numberText( static_cast<double>( celsius ), decimals, "C" );
+}
+
 std::string headOf( const Item &item ) {
     const Entry &entry = item.entry();
     std::string text = std::string( nameOf( entry.deviceClass ) );
@@ -90,8 +96,7 @@ std::string headOf( const Item &item ) {
         text += "  did " + std::to_string( *entry.did );
     }
     if ( const auto &limits = entry.thresholds ) {
-        text += "  alert " + std::to_string( static_cast<int>( limits->alert ) ) + " C  critical " +
-                std::to_string( static_cast<int>( limits->critical ) ) + " C";
+        text += "  alert " + degrees( limits->alert ) + "  critical " + degrees( limits->critical );
     }
     if ( item.fullSpeed ) {
         text += "  full speed " + std::to_string( *item.fullSpeed ) + " rpm";

@@ -1,10 +1,13 @@
 #include "HostTool/Watch/LineDisplay.h"
 
+#include "HostTool/Failure.h"
 #include "HostTool/Output/Json.h"
 #include "HostTool/Watch/Lines.h"
 
 #include <array>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 
 namespace HostTool::Watch {
@@ -23,9 +26,18 @@ std::string clockText() {
     return text.data();
 }
 
-void LineDisplay::print( const std::string &text ) const {
+void LineDisplay::print( const std::string &text ) {
     printf( "%s%s%s\n", json_ ? "" : clockText().c_str(), json_ ? "" : "  ", text.c_str() );
-    fflush( stdout );
+    if ( fflush( stdout ) != 0 && writeError_ == 0 ) {
+        writeError_ = errno;
+    }
+}
+
+void LineDisplay::refresh( const Model & ) {
+    if ( writeError_ != 0 ) {
+        throw Failure( ExitCode::badInput, std::string( "cannot write to standard output: " ) +
+                                               strerror( writeError_ ) );
+    }
 }
 
 void LineDisplay::isRead( const Model &model, size_t item ) {

@@ -4,14 +4,7 @@
 #include "HostTool/Output/ValueText.h"
 #include "HostTool/Watch/Fields.h"
 
-#include <algorithm>
-
 namespace HostTool::Watch {
-
-static std::string oneLine( std::string text ) {
-    std::replace( text.begin(), text.end(), '\n', ' ' );
-    return text;
-}
 
 std::string changeText( const Model &model, const Change &change ) {
     const std::string why = change.reading ? whyNoValue( *change.reading ) : "";

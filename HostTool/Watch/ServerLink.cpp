@@ -7,6 +7,7 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 namespace HostTool::Watch {
@@ -32,6 +33,10 @@ ServerLink::~ServerLink() {
 
 bool ServerLink::connectNow() {
     const ServerConnection connection = connectToServer( serverSocket() );
+    // A server that is busy answers so and is there all the same.
+    if ( connection.error == EAGAIN ) {
+        return false;
+    }
     if ( connection.fd < 0 ) {
         say( strerror( connection.error ) );
         return false;

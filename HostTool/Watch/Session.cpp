@@ -28,6 +28,9 @@ Moment now() {
 
 Session::Session( Task &task, Display &display )
     : task_( task ), display_( display ), model_( std::move( task.devices ), task.board ) {
+    for ( const Item &each : model_.items() ) {
+        watched_.entries.push_back( each.entry() );
+    }
     addSources();
     link_ = std::make_unique<ServerLink>(
         loop(), [this]( const std::string &reason ) { serverChanged( reason ); } );
@@ -40,10 +43,10 @@ Session::~Session() {
     HostServices::get().timersAreHeld( false );
 }
 
-void Session::check( int result ) const {
-    if ( result < 0 ) {
-        throw Failure( ExitCode::boardTrouble,
-                       std::string( "the event loop failed: " ) + strerror( -result ) );
+void Session::check( int result ) {
+    if ( result < 0 && !isOver_ ) {
+        error_ = -result;
+        isOver_ = true;
     }
 }
 
@@ -120,13 +123,27 @@ void Session::serverChanged( const std::string &reason ) {
     display_.serverHasChanged( model_ );
 }
 
+std::vector<const Device *> Session::cagesBeside( const Device &device ) const {
+    std::vector<const Device *> cages;
+    for ( const Item &each : model_.items() ) {
+        if ( each.entry().deviceClass == DeviceClass::xcvr &&
+             each.entry().did == device.entry->did ) {
+            cages.push_back( &each.device );
+        }
+    }
+    return cages;
+}
+
 Outcome Session::tellDevice( size_t item, const Order &order ) {
     const Device &device = model_.items()[item].device;
     if ( model_.serverLostAt() ) {
         return { PL_STATUS_IO_ERROR, "there is no server" };
     }
-    if ( const std::string hazard = writeHazard( *device.entry, order.setting, task_.board );
-         !hazard.empty() ) {
+    std::string hazard = writeHazard( *device.entry, order.setting, watched_ );
+    if ( hazard.empty() ) {
+        hazard = whyNotYet( order.setting, cagesBeside( device ) );
+    }
+    if ( !hazard.empty() ) {
         return { PL_STATUS_INVALID, hazard };
     }
     Outcome outcome = tell( device, order );
@@ -136,11 +153,25 @@ Outcome Session::tellDevice( size_t item, const Order &order ) {
     return outcome;
 }
 
+// The timer that makes a lamp blink is this process's, and would leave it lit or dark.
+void Session::endBeacons() {
+    for ( const Item &each : model_.items() ) {
+        if ( each.light == PL_LED_BEACON && !model_.serverLostAt() ) {
+            tell( each.device, { Setting::light, PL_LED_OFF } );
+        }
+    }
+}
+
 void Session::run() {
     while ( !isOver_ ) {
         check( sd_event_run( loop(), UINT64_MAX ) );
         model_.blinksAre( HostServices::get().blinks() );
         display_.refresh( model_ );
+    }
+    endBeacons();
+    if ( error_ != 0 ) {
+        throw Failure( ExitCode::boardTrouble,
+                       std::string( "the event loop failed: " ) + strerror( error_ ) );
     }
 }
 

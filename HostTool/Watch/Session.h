@@ -36,7 +36,9 @@ class Session {
     Session( const Session & ) = delete;
     Session &operator=( const Session & ) = delete;
 
-    /// Runs until it is told to stop, or until the time of the options is over.
+    /// Runs until it is told to stop, or until the time of the options is over. Lamps that were told
+    /// to blink are switched off behind it.
+    /// @throw Failure (boardTrouble) when the event loop fails; what the display throws passes.
     void run();
     void stop() { isOver_ = true; }
 
@@ -48,14 +50,20 @@ class Session {
     void addSources();
     void startPass();
     void readNext();
+    void endBeacons();
     void serverChanged( const std::string &reason );
-    void check( int result ) const;
+    /// Ends the session with an error of the event loop. It is thrown by run() alone: an exception
+    /// may not travel through the loop, which is C.
+    void check( int result );
+    std::vector<const Device *> cagesBeside( const Device &device ) const;
 
     const Task &task_;
+    Board watched_; ///< its entries alone: the library polls for no others
     Display &display_;
     Model model_;
     size_t next_ = 0;
     bool isOver_ = false;
+    int error_ = 0; ///< an errno value
     sd_event_source *passTimer_ = nullptr;
     sd_event_source *reader_ = nullptr;
     sd_event_source *end_ = nullptr;

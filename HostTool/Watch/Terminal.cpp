@@ -7,6 +7,7 @@
 #include <curses.h>
 #include <term.h>
 
+#include <fcntl.h>
 #include <langinfo.h>
 #include <sys/mman.h>
 #include <termios.h>
@@ -98,7 +99,7 @@ void keepErrors() {
         return;
     }
     keptErrors = memfd_create( "stderr", MFD_CLOEXEC );
-    realErrors = dup( STDERR_FILENO );
+    realErrors = fcntl( STDERR_FILENO, F_DUPFD_CLOEXEC, 0 );
     if ( keptErrors >= 0 && realErrors >= 0 ) {
         dup2( keptErrors, STDERR_FILENO );
     }

@@ -91,10 +91,24 @@ TEST_F( CallTest, VersionIsPrinted ) {
 }
 
 TEST_F( CallTest, FullDiskIsNoSuccess ) {
-    const ProgramResult result =
-        runProgram( { "/bin/sh", "-c", BINARY_DIR "/bin/kavractl --help > /dev/full" } );
+    std::string entries;
+    for ( int i = 0; i < 1000; ++i ) { // more than any buffer holds
+        entries += std::string( i == 0 ? "" : "," ) + R"({ "class": "system", "name": "s)" +
+                   std::to_string( i ) + R"(" })";
+    }
+    folder.devices( "[" + entries + "]" );
+    for ( const char *call : { "--help", "--version", "list", "list --json" } ) {
+        const ProgramResult result = kavractlByShell( std::string( call ) + " >/dev/full" );
+        EXPECT_EQ( 2, result.status ) << call;
+        EXPECT_EQ( "kavractl: cannot write to standard output: No space left on device\n",
+                   result.err );
+    }
+}
+
+TEST_F( CallTest, ClosedOutputIsNoSuccess ) {
+    const ProgramResult result = kavractlByShell( "--version >&-" );
     EXPECT_EQ( 2, result.status );
-    EXPECT_EQ( "kavractl: cannot write to standard output: No space left on device\n", result.err );
+    EXPECT_EQ( "kavractl: cannot write to standard output: Bad file descriptor\n", result.err );
 }
 
 TEST_F( CallTest, MissingLibraryNamesWhatWasTried ) {

@@ -92,6 +92,7 @@ constexpr int pollMilliseconds = 20;
 
 void poll( void * ) {
     polled = true;
+    pl_timer_set( pollTimer, pollMilliseconds );
 }
 
 pl_status polledSignal( pl_xcvr *xcvr, int *value ) {

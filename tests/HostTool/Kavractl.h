@@ -23,11 +23,12 @@ class KavractlTest : public testing::Test {
 
     ProgramResult kavractl( std::vector<std::string> arguments ) const {
         arguments.insert( arguments.begin(), BINARY_DIR "/bin/kavractl" );
-        std::vector<std::string> assignments;
-        for ( const auto &[name, value] : environment ) {
-            assignments.push_back( name + "=" + value );
-        }
-        return runProgram( arguments, assignments );
+        return run( arguments );
+    }
+
+    /// A call with its arguments and a redirection, as a shell takes it.
+    ProgramResult kavractlByShell( const std::string &call ) const {
+        return run( { "/bin/sh", "-c", "exec " BINARY_DIR "/bin/kavractl " + call } );
     }
 
     std::string socketPath() const { return folder.file( "s.sock" ); }
@@ -36,6 +37,15 @@ class KavractlTest : public testing::Test {
     std::map<std::string, std::string> environment = { { "KAVRA_BOARD", folder.path() },
                                                        { "SMBUSD_SOCKET", socketPath() },
                                                        { "TERM", "dumb" } };
+
+  private:
+    ProgramResult run( const std::vector<std::string> &command ) const {
+        std::vector<std::string> assignments;
+        for ( const auto &[name, value] : environment ) {
+            assignments.push_back( name + "=" + value );
+        }
+        return runProgram( command, assignments );
+    }
 };
 
 /// The document in a text that must parse.

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 #include <PlatformLibrary/pl.h>
 
+#include <csignal>
 #include <stdexcept>
 #include <string>
+#include <unistd.h>
+#include <utility>
 
 using namespace HostTool;
 
@@ -66,6 +69,15 @@ TEST_F( HostServicesTest, PrintableTextDisturbsNothing ) {
 struct Letter {
     Letter( std::string &log, char letter, int again = 0 )
         : log_( log ), letter_( letter ), again_( again ), timer( pl_timer_add( fire, this ) ) {}
+    ~Letter() { remove(); }
+    Letter( const Letter & ) = delete;
+    Letter &operator=( const Letter & ) = delete;
+
+    void remove() {
+        if ( timer ) {
+            pl_timer_delete( std::exchange( timer, nullptr ) );
+        }
+    }
 
     static void fire( void *context ) {
         Letter *self = static_cast<Letter *>( context );
@@ -124,7 +136,7 @@ TEST_F( TimerTest, LaterPeriodReplacesTheEarlier ) {
 TEST_F( TimerTest, DeletedTimerIsSilent ) {
     Letter timer( log, 'x' );
     pl_timer_set( timer.timer, 1 );
-    pl_timer_delete( timer.timer );
+    timer.remove();
     host().runFor( 20 );
     EXPECT_EQ( "", log );
 }
@@ -175,10 +187,61 @@ TEST_F( TimerTest, HeldTimerMayBeDeleted ) {
     host().timersAreHeld( true );
     pl_timer_set( timer.timer, 1 );
     host().runFor( 20 );
-    pl_timer_delete( timer.timer );
+    timer.remove();
     host().timersAreHeld( false );
     host().runFor( 20 );
     EXPECT_EQ( "", log );
+}
+
+TEST_F( HostServicesTest, PrintedTraceDisturbsNoTerminal ) {
+    host().traceLevelIs( 0 );
+    testing::internal::CaptureStderr();
+    pl_trace( 0, "serial %s", "A1\033[2J" );
+    EXPECT_EQ( "trace 0: serial A1?[2J\n", testing::internal::GetCapturedStderr() );
+}
+
+TEST_F( TimerTest, SignalOrALostTerminalEndsTheRun ) {
+    static int number;
+    for ( const int each : { SIGINT, SIGTERM, SIGHUP } ) {
+        number = each;
+        pl_timer *timer = pl_timer_add( []( void * ) { kill( getpid(), number ); }, nullptr );
+        pl_timer_set( timer, 1 );
+        host().runUntilInterrupted( std::nullopt );
+        pl_timer_delete( timer );
+    }
+}
+
+TEST_F( TimerTest, SignalThatIsIgnoredDoesNotEndTheRun ) {
+    const auto before = signal( SIGHUP, SIG_IGN );
+    Letter between( log, 'b' );
+    pl_timer *ignored = pl_timer_add( []( void * ) { kill( getpid(), SIGHUP ); }, nullptr );
+    pl_timer *last = pl_timer_add( []( void * ) { kill( getpid(), SIGTERM ); }, nullptr );
+    pl_timer_set( ignored, 1 );
+    pl_timer_set( between.timer, 20 );
+    pl_timer_set( last, 40 );
+    host().runUntilInterrupted( std::nullopt );
+    EXPECT_EQ( "b", log );
+    pl_timer_delete( ignored );
+    pl_timer_delete( last );
+    signal( SIGHUP, before );
+}
+
+TEST_F( TimerTest, TimerThatIsDueFiresBeforeTheTimeIsOver ) {
+    Letter first( log, '1' ), second( log, '2' ), third( log, '3' );
+    // What takes longer than the run makes all of them due at once.
+    const auto busy = []( void * ) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds( 30 );
+        while ( std::chrono::steady_clock::now() < end ) {
+        }
+    };
+    pl_timer *slow = pl_timer_add( busy, nullptr );
+    pl_timer_set( slow, 1 );
+    pl_timer_set( first.timer, 5 );
+    pl_timer_set( second.timer, 6 );
+    pl_timer_set( third.timer, 7 );
+    host().runFor( 8 );
+    EXPECT_EQ( "123", log );
+    pl_timer_delete( slow );
 }
 
 TEST_F( HostServicesTest, BlinksAreHeardFromTheLibrary ) {

@@ -81,7 +81,7 @@ TEST_F( SetTest, SpeedIsCheckedBeforeTheCall ) {
                    { "fan", "limited", "10001" } );
     expectRefusal( "20001 rpm is more than the full speed of 'tray-fan', 20000 rpm",
                    { "fan", "tray-fan", "20001" } );
-    expectRefusal( "101% is more than all", { "fan", "limited", "101%" } );
+    expectRefusal( "101% is more than 100%", { "fan", "limited", "101%" } );
     expectRefusal( "'fast' is no speed; 9000 and 60% are", { "fan", "limited", "fast" } );
     expectRefusal( "'-5' is no speed; 9000 and 60% are", { "--", "fan", "limited", "-5" } );
     expectRefusal( "'99999999999' is no speed; 9000 and 60% are",

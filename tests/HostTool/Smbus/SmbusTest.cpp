@@ -149,6 +149,14 @@ TEST_F( SmbusTest, WrongCallsAreRefused ) {
     expectRefusal( { "read", "inlet", "0x48", "0" }, "no bus 'inlet' in " );
 }
 
+TEST_F( SmbusTest, BusWhoseDevicesAreNoListIsRefused ) {
+    folder.topology( R"([ { "type": "I2C", "id": 0, "label": "main", "devices": {} } ])" );
+    folder.devices( "[]" );
+    environment["KAVRA_BOARD"] = folder.path();
+    expectRefusal( { "read", "main", "0x48", "0" },
+                   folder.path() + "/topology.json: \"devices\" of bus 'main' must be an array" );
+}
+
 TEST_F( SmbusTest, NoServerIsToldBeforeAnything ) {
     server.stop();
     EXPECT_EQ( 3, smbus( { "read", "cpu-bus", "0x4a", "0" } ).status );

@@ -78,6 +78,17 @@ TEST_F( InteractionTest, LowSpeedIsConfirmed ) {
     EXPECT_EQ( "fan1: 2000 rpm", type( "y" ) );
 }
 
+TEST_F( InteractionTest, SpeedOfAFanWithoutALimitIsConfirmed ) {
+    WatchedBoard small;
+    small.add( "fan", "blower" );
+    View view;
+    for ( const char each : { 'f', '9', '0', '0', '0' } ) {
+        Watch::press( view, small.model(), { KeyCode::character, each } );
+    }
+    EXPECT_FALSE( Watch::press( view, small.model(), { KeyCode::enter } ) );
+    EXPECT_EQ( "blower: 9000 rpm? Its full speed is not known. y/n", view.question );
+}
+
 TEST_F( InteractionTest, LampOfThePortIsSetFromThePort ) {
     select( "Ethernet33" );
     EXPECT_EQ( "Ethernet33-led: beacon", type( "ln" ) );

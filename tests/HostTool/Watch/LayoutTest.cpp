@@ -65,7 +65,7 @@ TEST_F( LayoutTest, WholeBoardOnTheUsualScreen ) {
   psu2-hot-spot    24.5 C   psu1  240.00 W  12.11 V   status          --
   psu2-outlet      24.5 C   psu2  240.00 W  12.11 V  Lines
  Fans                      Slots                      line1         0
- inlet  ok  temp_sensor  X  did 1  alert 45 C  critical 55 C
+ inlet  ok  temp_sensor  X  did 1  alert 45.0 C  critical 55.0 C
    temperature 24.5 C
 
 

@@ -1,13 +1,16 @@
 /// Noticing that the server goes and comes, with nothing but its socket.
 #include "HostTool/Watch/ServerLink.h"
 #include "HostTool/Host/HostServices.h"
+#include "HostTool/Host/Server.h"
 #include "tests/HostTool/BoardFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <unistd.h>
 
 using namespace HostTool;
 using namespace HostTool::Watch;
@@ -62,6 +65,21 @@ TEST_F( ServerLinkTest, SaysThatTheServerGoesAndComesBack ) {
     waitForNews();
     ASSERT_EQ( 3U, said.size() );
     EXPECT_EQ( "", said.back() );
+}
+
+TEST_F( ServerLinkTest, ServerThatIsBusyIsThere ) {
+    serve();
+    std::vector<int> waiting;
+    for ( ServerConnection each = connectToServer( path() ); each.error != EAGAIN;
+          each = connectToServer( path() ) ) {
+        ASSERT_EQ( 0, each.error );
+        waiting.push_back( each.fd );
+    }
+    link();
+    EXPECT_TRUE( said.empty() );
+    for ( const int each : waiting ) {
+        close( each );
+    }
 }
 
 TEST_F( ServerLinkTest, SaysAtOnceThatThereIsNone ) {

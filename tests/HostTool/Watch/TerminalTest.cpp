@@ -166,6 +166,7 @@ TEST_F( TerminalTest, KeysReachTheDevices ) {
     expect( "fan1: 19750 rpm" );
     EXPECT_EQ( "100", world( "fans.duty" ) );
     terminal->press( "BTab" );
+    expect( "reset no" ); // is refused before the first poll
     terminal->press( "r" );
     expect( "Hold the module of Ethernet1 in reset? y/n" );
     terminal->press( "y" );
@@ -197,6 +198,18 @@ TEST_F( TerminalTest, BeaconBlinksInPhaseWithTheLamp ) {
         wasDark |= isDark;
         return wasLit && wasDark;
     } ) );
+}
+
+TEST_F( TerminalTest, BeaconIsOffBehindTheEnd ) {
+    watch( "Ethernet33-led" );
+    expect( "Ethernet33-led" );
+    terminal->press( "l n" );
+    EXPECT_TRUE( terminal->waitUntil( [&]( const std::string & ) {
+        return world( "port-leds.ethernet33_changes" ) != "0"; // it blinks
+    } ) );
+    terminal->press( "q" );
+    expectEnd( 0 );
+    EXPECT_EQ( "off", world( "port-leds.ethernet33" ) );
 }
 
 TEST_F( TerminalTest, WorksWithoutColourAndWithoutUtf8 ) {

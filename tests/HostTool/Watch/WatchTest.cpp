@@ -55,6 +55,12 @@ TEST_F( WatchLinesTest, EachLineOfJsonIsADocument ) {
     EXPECT_EQ( ( std::vector<std::string>{ "state alert", "temperature 50.0 C" } ), keys );
 }
 
+TEST_F( WatchLinesTest, OutputThatTakesNoTextEndsIt ) {
+    const ProgramResult result = kavractlByShell( "watch hot --for 60 >/dev/full" );
+    EXPECT_EQ( 2, result.status );
+    EXPECT_EQ( "kavractl: cannot write to standard output: No space left on device\n", result.err );
+}
+
 TEST_F( WatchLinesTest, MissingServerStopsAtOnce ) {
     server.die();
     EXPECT_EQ( 3, kavractl( { "watch" } ).status );
