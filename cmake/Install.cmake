@@ -39,8 +39,7 @@ file(READ packaging/kavra-smbusd.service unit)
 string(REPLACE /usr/bin/kavra-smbusd ${CMAKE_INSTALL_FULL_BINDIR}/kavra-smbusd unit "${unit}")
 file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/install/kavra-smbusd.service CONTENT "${unit}")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS packaging/kavra-smbusd.service)
-file(GLOB sockets packaging/*.socket)
-install(FILES ${CMAKE_BINARY_DIR}/install/kavra-smbusd.service ${sockets}
+install(FILES ${CMAKE_BINARY_DIR}/install/kavra-smbusd.service packaging/kavra-smbusd.socket
         DESTINATION lib/systemd/system)
 
 install(DIRECTORY boards/VundaT DESTINATION ${boards})
