@@ -27,7 +27,7 @@ static int run( const Options &options ) {
         checkDocuments( options );
         return Done;
     case Options::Task::Print:
-        printRecording( options.print );
+        printRecording( options.print, options.json );
         return Done;
     case Options::Task::Control:
         return runControlClient( options.control, options.line );

@@ -11,7 +11,7 @@ namespace SmbusServer {
 const std::string_view helpText =
     R"(Usage: kavra-smbusd --board FILE [--socket PATH] [--control PATH] [--verbose]
        kavra-smbusd --i2c-dev [FILE] | --replay FILE [the same]
-       kavra-smbusd --print FILE
+       kavra-smbusd --print FILE [--json]
        kavra-smbusd ctl [--control PATH] COMMAND
 
 Owns the SMBus controllers of a switch and performs the batches of its clients.
@@ -24,6 +24,7 @@ Owns the SMBus controllers of a switch and performs the batches of its clients.
   --control PATH   where the emulated world is driven; default: the socket with .ctl behind it
   --record FILE    write down every batch and its answer
   --print FILE     print a recording, a line a batch
+  --json           with --print: a JSON object a line
   --faults FILE    let things go wrong, a line of FILE each
   --group NAME     serve members of this group, root and this user only
   --check-config   read the documents, say what is wrong with them, serve nothing
@@ -54,6 +55,7 @@ enum Letter {
     Record = 'r',
     Replay = 'R',
     Print = 'p',
+    Json = 'j',
     Group = 'g',
     CheckConfig = 'k',
     Verbose = 'v',
@@ -70,6 +72,7 @@ constexpr option longOptions[] = {
     { "record", required_argument, nullptr, Record },
     { "replay", required_argument, nullptr, Replay },
     { "print", required_argument, nullptr, Print },
+    { "json", no_argument, nullptr, Json },
     { "group", required_argument, nullptr, Group },
     { "check-config", no_argument, nullptr, CheckConfig },
     { "verbose", no_argument, nullptr, Verbose },
@@ -121,6 +124,9 @@ static void apply( Options &options, int letter, const std::string &asTyped ) {
     case Print:
         options.task = Options::Task::Print;
         options.print = value;
+        break;
+    case Json:
+        options.json = true;
         break;
     case Group:
         options.group = groupNamed( value );
@@ -204,6 +210,7 @@ static void refuseServersOptions( const Call &call, const std::string &beside ) 
 
 static void judgeControl( Call &call ) {
     refuse( call, Print, "ctl" );
+    refuse( call, Json, "ctl" );
     refuseServersOptions( call, "ctl" );
     if ( call.words.empty() ) {
         throw UsageError( "ctl needs a command, such as 'list'" );
@@ -249,6 +256,7 @@ static void judge( Call &call ) {
         refuseServersOptions( call, "--print" );
     } else {
         judgeServed( call );
+        refuse( call, Json, "what is served" );
     }
 }
 

@@ -21,6 +21,7 @@ struct Options {
     std::string replay;                ///< recording to answer from
     std::string record;                ///< where to record; empty: nowhere
     std::string print;                 ///< recording to print
+    bool json = false;                 ///< print it as JSON
     std::string socket;                ///< where clients connect
     std::string control;               ///< where the world is driven
     std::string line;                  ///< what ctl sends

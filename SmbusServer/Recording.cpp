@@ -1,5 +1,6 @@
 #include "SmbusServer/Recording.h"
 
+#include "SmbusServer/EntryJson.h"
 #include "SmbusServer/EntryText.h"
 #include "SmbusServer/Log.h"
 
@@ -193,11 +194,11 @@ void RecordingWriter::stop( const char *reason ) {
     file_ = Descriptor();
 }
 
-void printRecording( const std::string &path ) {
+void printRecording( const std::string &path, bool asJson ) {
     RecordingReader reader( path );
     Recording::Entry entry;
-    while ( reader.next( entry ) ) {
-        puts( entryText( entry ).c_str() );
+    for ( size_t offset = reader.goodBytes(); reader.next( entry ); offset = reader.goodBytes() ) {
+        puts( ( asJson ? entryJson( entry, offset ) : entryText( entry ) ).c_str() );
     }
     if ( reader.cutOff() ) {
         logEvent( "%s: cut off in entry %zu", path.c_str(), reader.count() + 1 );

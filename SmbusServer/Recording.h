@@ -65,8 +65,9 @@ void checkRecording( const std::string &path );
 /// Whether two paths are one file; false when either is not there.
 bool sameFile( const std::string &one, const std::string &other );
 
-/// Prints a recording on stdout, a line a batch; a file that was cut off is told of on stderr.
+/// Prints a recording on stdout, a line a batch, for a person or as JSON; a file that was cut off
+/// is told of on stderr.
 /// @throw RecordingError
-void printRecording( const std::string &path );
+void printRecording( const std::string &path, bool asJson );
 
 } // namespace SmbusServer

@@ -85,6 +85,8 @@ TEST_F( OptionsTest, FaultsAndRecordingsAreFiles ) {
     EXPECT_EQ( "b", options.record );
     EXPECT_EQ( "c", options.faults );
     EXPECT_EQ( Options::Task::Print, parse( { "--print", "d" } ).task );
+    EXPECT_FALSE( parse( { "--print", "d" } ).json );
+    EXPECT_TRUE( parse( { "--print", "d", "--json" } ).json );
 }
 
 TEST_F( OptionsTest, I2cDevTakesAFileOrNone ) {
@@ -116,6 +118,9 @@ TEST_F( OptionsTest, OptionsThatMeanNothingAreRefused ) {
     EXPECT_EQ( "option '--print' means nothing beside ctl", errorOf( { "ctl", "--print", "r" } ) );
     EXPECT_EQ( "option '--record' means nothing beside --print",
                errorOf( { "--print", "r", "--record", "s" } ) );
+    EXPECT_EQ( "option '--json' means nothing beside what is served",
+               errorOf( { "--board", "b", "--json" } ) );
+    EXPECT_EQ( "option '--json' means nothing beside ctl", errorOf( { "ctl", "--json", "list" } ) );
     EXPECT_EQ( "unknown command 'more'", errorOf( { "--print", "r", "more" } ) );
     EXPECT_EQ( "'ctl' stands in front of all options",
                errorOf( { "--socket", "s", "ctl", "list" } ) );
@@ -124,7 +129,7 @@ TEST_F( OptionsTest, OptionsThatMeanNothingAreRefused ) {
 TEST_F( OptionsTest, HelpShowsEveryOption ) {
     for ( const char *name :
           { "--board", "--i2c-dev", "--socket", "--control", "--verbose", "--help", "--version",
-            "--faults", "--record", "--replay", "--print" } ) {
+            "--faults", "--record", "--replay", "--print", "--json" } ) {
         EXPECT_NE( std::string_view::npos, helpText.find( name ) ) << name;
     }
 }

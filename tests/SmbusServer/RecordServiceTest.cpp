@@ -104,6 +104,18 @@ TEST_F( RecordServiceTest, SecondServerDoesNotRecordToTheSameFile ) {
     EXPECT_NE( std::string::npos, print( file ).out.find( "48[00]x2 -> 1880\n" ) );
 }
 
+TEST_F( RecordServiceTest, PrintedAsJsonEachLineSaysWhereItsEntryBegins ) {
+    {
+        ServerProcess server( {}, recording() );
+        askOften( server, 2 );
+    }
+    const ProgramResult result = runProgram( { program, "--print", file, "--json" } );
+    EXPECT_EQ( 0, result.status );
+    EXPECT_EQ( 2, std::count( result.out.begin(), result.out.end(), '\n' ) );
+    EXPECT_TRUE( result.out.starts_with( "{\"offset\":25," ) ) << result.out;
+    EXPECT_NE( std::string::npos, result.out.find( "\"read\":\"1880\"" ) );
+}
+
 TEST_F( RecordServiceTest, PrintTellsWhatIsNoRecording ) {
     const ProgramResult ofFolder = print( folder.path() );
     EXPECT_EQ( 2, ofFolder.status );
