@@ -1,12 +1,16 @@
 #include "HostTool/Commands.h"
 
 #include "HostTool/Check/CheckCommand.h"
+#include "HostTool/Explain/Explain.h"
+#include "HostTool/Metrics/Metrics.h"
 #include "HostTool/Output/Nearest.h"
+#include "HostTool/Output/Print.h"
 #include "HostTool/Output/Table.h"
 #include "HostTool/Set/Set.h"
 #include "HostTool/Show/List.h"
 #include "HostTool/Show/Show.h"
 #include "HostTool/Smbus/Smbus.h"
+#include "HostTool/Snapshot/SnapshotCommands.h"
 #include "HostTool/Watch/Watch.h"
 
 #include <algorithm>
@@ -16,10 +20,6 @@
 namespace HostTool {
 
 namespace {
-
-void print( const std::string &text ) {
-    fwrite( text.data(), 1, text.size(), stdout );
-}
 
 ExitCode list( Task &task ) {
     print( task.options.json ? listAsJson( task.board, task.entries )
@@ -49,8 +49,10 @@ Examples:
     { "show", "[DEVICE...]", "add the devices and show what each of them reads", Needs::devices,
       show,
       R"(Adds every entry of devices.json, or those named, and prints a table a class.
-A value that could not be read is shown as --, with the reason at the end of the
-line; n/a is a value that the device does not have.
+A value that could not be read is shown as --, with the status and the library's
+own words at the end of the line; n/a is a value that the device does not have,
+unread one that nobody has read. AGE is how long ago the library polled a value;
+values without one were read just now.
 
 Exit code 1 when a device could not be added or read, is above a threshold or
 says of itself that it is not well.
@@ -61,12 +63,20 @@ Examples:
   kavractl show --fdl psu1-slot
   kavractl show --json | jq '.devices[] | select(.state != "ok")'
 )" },
+    { "snapshot", "[DEVICE...]", "all that is known of the devices, as one JSON document",
+      Needs::library, runSnapshot, snapshotHelp },
+    { "diff", "GOLDEN [NOW]", "how a board is not like it was in a snapshot", Needs::nothing,
+      runDiff, diffHelp },
     { "watch", "[DEVICE...]", "a live view of the devices, or a line a change", Needs::devices,
       runWatch, watchHelp },
     { "set", "CLASS NAME VALUE", "tell a fan, a lamp, a transceiver or a line something",
       Needs::library, runSet, setHelp },
+    { "metrics", "[DEVICE...]", "what Prometheus reads: printed, in a file, over HTTP",
+      Needs::library, runMetrics, metricsHelp },
     { "check", "[FILE...]", "what is wrong with a board's documents", Needs::nothing, runCheck,
       checkHelp },
+    { "explain", "[DEVICE...]", "what devices put on the wires, and how busy busses are",
+      Needs::nothing, runExplain, explainHelp },
     { "smbus", "OPERATION...", "one raw access to a chip, or a scan of a bus", Needs::library,
       runSmbus, smbusHelp },
 };
@@ -86,8 +96,19 @@ Options:
   --fdl               show the description texts of parts in slots too
   --yes, -y           do not ask before a write
   --force             let smbus use reserved chip addresses too
-  --for SECONDS       end watch, or the blinking that set began, by itself
-  --every SECONDS     how often watch reads everything (else 1)
+  --for SECONDS       end watch, metrics, or the blinking that set began, by
+                      itself
+  --every SECONDS     how often watch reads everything, or explain takes it to
+                      be read (else 1), or how often metrics writes its file
+                      (else once)
+  --textfile FILE     where metrics puts a file for the node exporter
+  --listen WHERE      where metrics answers GET /metrics: 127.0.0.1:PORT,
+                      [::1]:PORT or unix:PATH
+  --output FILE       where snapshot puts its document (else standard output)
+  --tolerance UNIT=N  how far values of a unit may differ for diff: C=3, rpm=15%
+  --rate CLASS=SECONDS
+                      how often explain takes the devices of a class to be read
+  --rates             explain how busy the busses are, for named devices too
   --rules             what check looks for, each with an example
   --trace LEVEL       print the library's traces up to LEVEL, 0 to 7, to stderr
   --help, -h          this text, or that of a command

@@ -61,7 +61,17 @@ constexpr OptionRow optionRows[] = {
     { "--for", Value::needed,
       []( Options &o, const std::string &v ) { o.seconds = parseSeconds( "--for", v ); } },
     { "--every", Value::needed,
-      []( Options &o, const std::string &v ) { o.every = parseSeconds( "--every", v ); } },
+      []( Options &o, const std::string &v ) {
+          o.every = parseSeconds( "--every", v );
+          o.everyIsGiven = true;
+      } },
+    { "--textfile", Value::needed, []( Options &o, const std::string &v ) { o.textFile = v; } },
+    { "--listen", Value::needed, []( Options &o, const std::string &v ) { o.listen = v; } },
+    { "--output", Value::needed, []( Options &o, const std::string &v ) { o.output = v; } },
+    { "--tolerance", Value::needed,
+      []( Options &o, const std::string &v ) { o.tolerances.push_back( v ); } },
+    { "--rate", Value::needed, []( Options &o, const std::string &v ) { o.rate.push_back( v ); } },
+    { "--rates", Value::none, []( Options &o, const std::string & ) { o.rates = true; } },
     { "--rules", Value::none, []( Options &o, const std::string & ) { o.rules = true; } },
     { "--help", Value::none, []( Options &o, const std::string & ) { o.help = true; } },
     { "-h", Value::none, []( Options &o, const std::string & ) { o.help = true; } },

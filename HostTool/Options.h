@@ -24,7 +24,14 @@ struct Options {
     int traceLevel = -1;        ///< -1: no traces
     std::optional<int> seconds; ///< how long a command that goes on may take; none: for ever
     int every = 1;              ///< seconds between two readings
-    bool rules = false;         ///< print what check checks
+    bool everyIsGiven = false;
+    std::string textFile;                ///< where metrics go; empty: not into a file
+    std::string listen;                  ///< where metrics are asked for; empty: nowhere
+    std::string output;                  ///< where a snapshot goes; empty: to standard output
+    std::vector<std::string> tolerances; ///< of a comparison, each UNIT=AMOUNT
+    std::vector<std::string> rate;       ///< of classes that explain reads, each CLASS=SECONDS
+    bool rates = false;                  ///< explain how busy the busses are
+    bool rules = false;                  ///< print what check checks
     bool help = false;
     bool version = false;
 };

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "HostTool/Commands.h"
+#include "HostTool/Host/ServerLink.h"
 #include "HostTool/Set/Setting.h"
 #include "HostTool/Watch/Model.h"
-#include "HostTool/Watch/ServerLink.h"
 
 #include <memory>
 #include <string>
@@ -36,8 +36,8 @@ class Session {
     Session( const Session & ) = delete;
     Session &operator=( const Session & ) = delete;
 
-    /// Runs until it is told to stop, or until the time of the options is over. Lamps that were told
-    /// to blink are switched off behind it.
+    /// Runs until it is told to stop, or until the time of the options is over. Lamps that were
+    /// told to blink are switched off behind it.
     /// @throw Failure (boardTrouble) when the event loop fails; what the display throws passes.
     void run();
     void stop() { isOver_ = true; }

@@ -6,7 +6,7 @@
 struct sd_event;
 struct sd_event_source;
 
-namespace HostTool::Watch {
+namespace HostTool {
 
 /// Notices at once when the SMBus server goes, and when it is back: an idle connection of its own
 /// ends with the server. The library would notice only when it next needs the server, and some of
@@ -34,4 +34,4 @@ class ServerLink {
     sd_event_source *retry_ = nullptr;
 };
 
-} // namespace HostTool::Watch
+} // namespace HostTool

@@ -1,5 +1,5 @@
 /// Noticing that the server goes and comes, with nothing but its socket.
-#include "HostTool/Watch/ServerLink.h"
+#include "HostTool/Host/ServerLink.h"
 #include "HostTool/Host/HostServices.h"
 #include "HostTool/Host/Server.h"
 #include "tests/HostTool/BoardFolder.h"
@@ -13,7 +13,6 @@
 #include <unistd.h>
 
 using namespace HostTool;
-using namespace HostTool::Watch;
 
 class ServerLinkTest : public testing::Test {
   protected:

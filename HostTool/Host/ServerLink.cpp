@@ -1,4 +1,4 @@
-#include "HostTool/Watch/ServerLink.h"
+#include "HostTool/Host/ServerLink.h"
 
 #include "HostTool/Host/Server.h"
 
@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace HostTool::Watch {
+namespace HostTool {
 
 // Ahead of the library's timers, so that none of them fires before a loss is known.
 static constexpr int64_t priority = SD_EVENT_PRIORITY_IMPORTANT;
@@ -83,4 +83,4 @@ void ServerLink::tryAgain() {
                                 this );
 }
 
-} // namespace HostTool::Watch
+} // namespace HostTool
