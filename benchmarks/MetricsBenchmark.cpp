@@ -4,6 +4,7 @@
 // second in which the first pass waits for the library's poll of the transceivers.
 #include "benchmarks/support/BoardServer.h"
 #include "benchmarks/support/Interleaved.h"
+#include "benchmarks/support/VundaT.h"
 #include "HostTool/Board/Documents.h"
 #include "HostTool/Host/Devices.h"
 #include "HostTool/Host/Library.h"
@@ -14,9 +15,6 @@
 #include <array>
 #include <benchmark/benchmark.h>
 #include <cstdlib>
-#include <fstream>
-#include <sched.h>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -26,22 +24,6 @@ using HostTool::provides;
 using HostTool::Metrics::Exposition;
 
 namespace {
-
-constexpr const char *folder = SOURCE_DIR "/boards/VundaT";
-
-std::string fileText( const std::string &path ) {
-    std::ifstream file( path );
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-void stayOnOneCpu() {
-    cpu_set_t cpus;
-    CPU_ZERO( &cpus );
-    CPU_SET( 0, &cpus );
-    sched_setaffinity( 0, sizeof cpus, &cpus );
-}
 
 /// Calls a slot that reads one value.
 template <class Ops, class Record, class Value>
@@ -154,9 +136,9 @@ std::string exposeAll( std::vector<Device> &devices, Exposition &exposition ) {
 /// The board's devices, their cages polled, and the server that they are read from.
 class ReadyBoard {
   public:
-    ReadyBoard() : server_( fileText( folder + std::string( "/emulation.json" ) ) ) {
+    ReadyBoard() : server_( vundaTDocument( "emulation.json" ) ) {
         setenv( "SMBUSD_SOCKET", server_.path().c_str(), 1 );
-        static const HostTool::Board board = HostTool::readBoard( folder );
+        static const HostTool::Board board = HostTool::readBoard( vundaT );
         static const HostTool::Library library( KAVRA_LIBRARY_FILE );
         devices = addDevices( library, {}, board, selectEntries( board, {} ) );
         HostTool::readDevices( devices );
@@ -168,7 +150,7 @@ class ReadyBoard {
     }
 
     std::vector<Device> devices;
-    Exposition exposition{ { "1.0.0", KAVRA_LIBRARY_FILE, folder } };
+    Exposition exposition{ { "1.0.0", KAVRA_LIBRARY_FILE, vundaT } };
 
   private:
     BoardServer server_;

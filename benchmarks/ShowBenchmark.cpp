@@ -6,39 +6,21 @@
 #include "benchmarks/support/BoardServer.h"
 #include "benchmarks/support/Interleaved.h"
 #include "benchmarks/support/SentFrames.h"
-#include "HostTool/Host/Devices.h"
+#include "benchmarks/support/VundaT.h"
 #include "HostTool/Board/Documents.h"
+#include "HostTool/Host/Devices.h"
 #include "HostTool/Host/Library.h"
 #include "HostTool/Show/Show.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstdlib>
-#include <fstream>
-#include <sched.h>
-#include <sstream>
 #include <string>
 #include <vector>
 
 using HostTool::Device;
 
 namespace {
-
-constexpr const char *folder = SOURCE_DIR "/boards/VundaT";
-
-std::string fileText( const std::string &path ) {
-    std::ifstream file( path );
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-void stayOnOneCpu() {
-    cpu_set_t cpus;
-    CPU_ZERO( &cpus );
-    CPU_SET( 0, &cpus );
-    sched_setaffinity( 0, sizeof cpus, &cpus );
-}
 
 /// What show does with devices that are added, without its wait.
 void readAll( std::vector<Device> &devices ) {
@@ -59,9 +41,9 @@ std::vector<Device> boardDevices( const HostTool::Board &board ) {
 
 void ShowBoard( benchmark::State &state ) {
     stayOnOneCpu();
-    const BoardServer server( fileText( folder + std::string( "/emulation.json" ) ) );
+    const BoardServer server( vundaTDocument( "emulation.json" ) );
     setenv( "SMBUSD_SOCKET", server.path().c_str(), 1 );
-    static const HostTool::Board board = HostTool::readBoard( folder );
+    static const HostTool::Board board = HostTool::readBoard( vundaT );
     std::vector<Device> devices = boardDevices( board );
     HostTool::readDevices( devices ); // descriptions are made, and the transceivers are polled
 
@@ -96,9 +78,9 @@ BENCHMARK( ShowBoard )->UseManualTime()->Iterations( 1 );
 
 /// The printing alone, for who looks for where the time goes.
 void PrintBoard( benchmark::State &state ) {
-    const BoardServer server( fileText( folder + std::string( "/emulation.json" ) ) );
+    const BoardServer server( vundaTDocument( "emulation.json" ) );
     setenv( "SMBUSD_SOCKET", server.path().c_str(), 1 );
-    static const HostTool::Board board = HostTool::readBoard( folder );
+    static const HostTool::Board board = HostTool::readBoard( vundaT );
     std::vector<Device> devices = boardDevices( board );
     readAll( devices );
     for ( auto _ : state ) {

@@ -4,25 +4,16 @@
 #include "benchmarks/support/BoardServer.h"
 #include "benchmarks/support/Interleaved.h"
 #include "benchmarks/support/SentFrames.h"
+#include "benchmarks/support/VundaT.h"
 
 #include <array>
 #include <benchmark/benchmark.h>
 #include <cstdlib>
-#include <fstream>
 #include <PlatformLibrary/pl.h>
-#include <sched.h>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
-
-std::string fileText( const char *path ) {
-    std::ifstream file( path );
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 // The first supply of the board, as its devices.json has it. The texts outlive the devices.
 constexpr const char *psuText = R"({"driver":"Pmbus","did":21,"address":{"address":88}})";
@@ -82,13 +73,10 @@ class Supply {
 };
 
 void ReadSupply( benchmark::State &state ) {
-    cpu_set_t cpus;
-    CPU_ZERO( &cpus );
-    CPU_SET( 0, &cpus );
-    sched_setaffinity( 0, sizeof cpus, &cpus );
-    const BoardServer server( fileText( SOURCE_DIR "/boards/VundaT/emulation.json" ) );
+    stayOnOneCpu();
+    const BoardServer server( vundaTDocument( "emulation.json" ) );
     setenv( "SMBUSD_SOCKET", server.path().c_str(), 1 );
-    static const std::string topology = fileText( SOURCE_DIR "/boards/VundaT/topology.json" );
+    static const std::string topology = vundaTDocument( "topology.json" );
     BareReplay bare( server.path() );
     if ( pl_psu_init( topology.c_str() ) != PL_STATUS_OK ) {
         state.SkipWithError( "no server" );
