@@ -116,7 +116,7 @@ Options:
 
 Exit codes:
   0  fine
-  1  something on the board is wrong or unreadable
+  1  something on the board is wrong or unreadable, or check or diff found some
   2  the call or a document is wrong
   3  the server or the library cannot be had
 

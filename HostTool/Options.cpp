@@ -20,6 +20,7 @@ struct OptionRow {
     const char *name;
     Value value;
     void ( *apply )( Options &options, const std::string &value );
+    std::vector<std::string> commands = {}; ///< that take it; empty: all of them
 };
 
 void applyTrace( Options &options, const std::string &value ) {
@@ -42,7 +43,7 @@ int parseSeconds( const std::string &option, const std::string &value ) {
     return seconds;
 }
 
-constexpr OptionRow optionRows[] = {
+const OptionRow optionRows[] = {
     { "--board", Value::needed, []( Options &o, const std::string &v ) { o.board = v; } },
     { "--library", Value::needed, []( Options &o, const std::string &v ) { o.library = v; } },
     { "--socket", Value::needed, []( Options &o, const std::string &v ) { o.socket = v; } },
@@ -53,26 +54,53 @@ constexpr OptionRow optionRows[] = {
       } },
     { "--wait", Value::none, []( Options &o, const std::string & ) { o.wait = true; } },
     { "--json", Value::none, []( Options &o, const std::string & ) { o.json = true; } },
-    { "--fdl", Value::none, []( Options &o, const std::string & ) { o.fdl = true; } },
-    { "--yes", Value::none, []( Options &o, const std::string & ) { o.yes = true; } },
-    { "-y", Value::none, []( Options &o, const std::string & ) { o.yes = true; } },
-    { "--force", Value::none, []( Options &o, const std::string & ) { o.force = true; } },
+    { "--fdl", Value::none, []( Options &o, const std::string & ) { o.fdl = true; }, { "show" } },
+    { "--yes", Value::none, []( Options &o, const std::string & ) { o.yes = true; }, { "smbus" } },
+    { "-y", Value::none, []( Options &o, const std::string & ) { o.yes = true; }, { "smbus" } },
+    { "--force",
+      Value::none,
+      []( Options &o, const std::string & ) { o.force = true; },
+      { "smbus" } },
     { "--trace", Value::needed, applyTrace },
-    { "--for", Value::needed,
-      []( Options &o, const std::string &v ) { o.seconds = parseSeconds( "--for", v ); } },
-    { "--every", Value::needed,
+    { "--for",
+      Value::needed,
+      []( Options &o, const std::string &v ) { o.seconds = parseSeconds( "--for", v ); },
+      { "watch", "set", "metrics" } },
+    { "--every",
+      Value::needed,
       []( Options &o, const std::string &v ) {
           o.every = parseSeconds( "--every", v );
           o.everyIsGiven = true;
-      } },
-    { "--textfile", Value::needed, []( Options &o, const std::string &v ) { o.textFile = v; } },
-    { "--listen", Value::needed, []( Options &o, const std::string &v ) { o.listen = v; } },
-    { "--output", Value::needed, []( Options &o, const std::string &v ) { o.output = v; } },
-    { "--tolerance", Value::needed,
-      []( Options &o, const std::string &v ) { o.tolerances.push_back( v ); } },
-    { "--rate", Value::needed, []( Options &o, const std::string &v ) { o.rate.push_back( v ); } },
-    { "--rates", Value::none, []( Options &o, const std::string & ) { o.rates = true; } },
-    { "--rules", Value::none, []( Options &o, const std::string & ) { o.rules = true; } },
+      },
+      { "watch", "metrics", "explain" } },
+    { "--textfile",
+      Value::needed,
+      []( Options &o, const std::string &v ) { o.textFile = v; },
+      { "metrics" } },
+    { "--listen",
+      Value::needed,
+      []( Options &o, const std::string &v ) { o.listen = v; },
+      { "metrics" } },
+    { "--output",
+      Value::needed,
+      []( Options &o, const std::string &v ) { o.output = v; },
+      { "snapshot" } },
+    { "--tolerance",
+      Value::needed,
+      []( Options &o, const std::string &v ) { o.tolerances.push_back( v ); },
+      { "diff" } },
+    { "--rate",
+      Value::needed,
+      []( Options &o, const std::string &v ) { o.rate.push_back( v ); },
+      { "explain" } },
+    { "--rates",
+      Value::none,
+      []( Options &o, const std::string & ) { o.rates = true; },
+      { "explain" } },
+    { "--rules",
+      Value::none,
+      []( Options &o, const std::string & ) { o.rules = true; },
+      { "check" } },
     { "--help", Value::none, []( Options &o, const std::string & ) { o.help = true; } },
     { "-h", Value::none, []( Options &o, const std::string & ) { o.help = true; } },
     { "--version", Value::none, []( Options &o, const std::string & ) { o.version = true; } },
@@ -94,8 +122,10 @@ const OptionRow &findOption( const std::string &name ) {
 
 using Argument = std::vector<std::string>::const_iterator;
 
+using Given = std::vector<const OptionRow *>;
+
 /// Takes one option and, when it needs one that is not behind a '=', the value after it.
-Argument takeOption( Options &options, Argument at, Argument end ) {
+Argument takeOption( Options &options, Given &given, Argument at, Argument end ) {
     const size_t equals = at->find( '=' );
     const OptionRow &row = findOption( at->substr( 0, equals ) );
     std::string value;
@@ -114,13 +144,32 @@ Argument takeOption( Options &options, Argument at, Argument end ) {
         value = *at;
     }
     row.apply( options, value );
+    given.push_back( &row );
     return ++at;
+}
+
+/// An option that a command would not look at is one that somebody thinks it does.
+void refuseForeign( const Given &given, const std::string &command ) {
+    for ( const OptionRow *row : given ) {
+        const std::vector<std::string> &takers = row->commands;
+        if ( takers.empty() ||
+             std::find( takers.begin(), takers.end(), command ) != takers.end() ) {
+            continue;
+        }
+        std::string names = takers.front();
+        for ( size_t i = 1; i < takers.size(); ++i ) {
+            names += ( i + 1 == takers.size() ? " and " : ", " ) + takers[i];
+        }
+        throw Failure( ExitCode::badInput, std::string( row->name ) + " goes with kavractl " +
+                                               names + ", not with " + command );
+    }
 }
 
 } // namespace
 
 Options parseOptions( const std::vector<std::string> &arguments ) {
     Options options;
+    Given given;
     std::vector<std::string> words;
     for ( Argument at = arguments.begin(); at != arguments.end(); ) {
         if ( *at == "--" ) {
@@ -128,7 +177,7 @@ Options parseOptions( const std::vector<std::string> &arguments ) {
             break;
         }
         if ( at->size() > 1 && at->front() == '-' ) {
-            at = takeOption( options, at, arguments.end() );
+            at = takeOption( options, given, at, arguments.end() );
         } else {
             words.push_back( *at++ );
         }
@@ -136,6 +185,9 @@ Options parseOptions( const std::vector<std::string> &arguments ) {
     if ( !words.empty() ) {
         options.command = words.front();
         options.operands.assign( words.begin() + 1, words.end() );
+        if ( !options.help && !options.version ) {
+            refuseForeign( given, options.command );
+        }
     }
     return options;
 }

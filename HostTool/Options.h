@@ -37,7 +37,9 @@ struct Options {
 };
 
 /// Options may stand before and behind the command; "--" ends them.
-/// @throw Failure (badInput) for an unknown option, with the nearest one, and for a bad value.
+/// @throw Failure (badInput) for an unknown option, with the nearest one, for a bad value, and for
+/// an
+///        option that the command does not take.
 Options parseOptions( const std::vector<std::string> &arguments );
 
 /// Hands on to the library, which reads its environment, what the options say.

@@ -84,6 +84,11 @@ ExitCode runExplain( Task &task ) {
     const Options &options = task.options;
     refuseServers( options );
     const Explain::Rates checked( options.every, options.rate );
+    if ( !options.operands.empty() && !options.rates &&
+         ( options.everyIsGiven || !options.rate.empty() ) ) {
+        throw Failure( ExitCode::badInput,
+                       "--every and --rate tell how busy the busses are: add --rates" );
+    }
     task.board = readBoard( findBoardFolder( options.board ) );
     task.entries = selectEntries( task.board, options.operands );
     const std::string emulation = emulationOf( task.board );
@@ -93,7 +98,7 @@ ExitCode runExplain( Task &task ) {
     std::vector<Explain::DeviceSteps> devices;
     {
         Explain::PrivateServer server( emulation );
-        devices = Explain::run( server, library, options, task.board, task.entries );
+        devices = Explain::run( server, library, task.board, task.entries );
     }
     print( report( options, task.board, devices ) );
     bool isWell = true;

@@ -35,7 +35,7 @@ struct Remains {
 };
 Remains remains = {};
 
-constexpr std::array<int, 8> endings = { SIGINT,  SIGTERM, SIGHUP, SIGQUIT,
+constexpr std::array<int, 9> endings = { SIGINT,  SIGTERM, SIGHUP, SIGQUIT, SIGPIPE,
                                          SIGSEGV, SIGBUS,  SIGFPE, SIGILL };
 
 void cleanUp() {

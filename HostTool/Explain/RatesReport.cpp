@@ -106,8 +106,7 @@ std::string ratesAsText( const std::vector<DeviceSteps> &devices, const Rates &r
         text += "\n" + wiring.describe( bus.bus ) + "\n" + deviceTable( bus, coloured );
     }
     if ( const std::string silent = silentText( devices, busses ); !silent.empty() ) {
-        text +=
-            "\nReadings that put nothing on a bus, or that there are none of: " + silent + ".\n";
+        text += "\nNothing goes over a bus for reading " + silent + ".\n";
     }
     return text;
 }

@@ -45,9 +45,8 @@ std::optional<unsigned> newPollPeriod() {
 
 class Runner {
   public:
-    Runner( PrivateServer &server, const Library &library, const Options &options,
-            const Board &board )
-        : server_( server ), library_( library ), options_( options ), board_( board ) {}
+    Runner( PrivateServer &server, const Library &library, const Board &board )
+        : server_( server ), library_( library ), board_( board ) {}
 
     std::vector<DeviceSteps> run( const std::vector<const Entry *> &entries ) {
         for ( const Entry *entry : entries ) {
@@ -112,12 +111,11 @@ class Runner {
     /// @return why the library does not have it; empty when it does
     std::string addTo( Subject &subject ) {
         try {
-            const std::vector<Device> added =
-                addDevices( library_, options_, board_, { subject.device.entry } );
-            if ( added.front().record ) {
-                subject.callbacks = callbacksOf( added.front() );
+            const Device added = addDevice( library_, *subject.device.entry );
+            if ( added.record ) {
+                subject.callbacks = callbacksOf( added );
             }
-            const std::string &refusal = added.front().refusal;
+            const std::string &refusal = added.refusal;
             return refusal.empty() ? ""
                                    : subject.device.entry->place + ": '" +
                                          subject.device.entry->name + "': " + refusal;
@@ -221,7 +219,6 @@ class Runner {
 
     PrivateServer &server_;
     const Library &library_;
-    const Options &options_;
     const Board &board_;
     std::set<DeviceClass> initialised_;
     std::vector<Subject> subjects_;
@@ -230,9 +227,9 @@ class Runner {
 
 } // namespace
 
-std::vector<DeviceSteps> run( PrivateServer &server, const Library &library, const Options &options,
-                              const Board &board, const std::vector<const Entry *> &entries ) {
-    return Runner( server, library, options, board ).run( entries );
+std::vector<DeviceSteps> run( PrivateServer &server, const Library &library, const Board &board,
+                              const std::vector<const Entry *> &entries ) {
+    return Runner( server, library, board ).run( entries );
 }
 
 } // namespace HostTool::Explain

@@ -20,7 +20,7 @@ class PrivateServer;
 /// @return what each device put on the wires; the server is stopped.
 /// @throw Failure (badInput) when the library refuses the topology; (unreachable) when the library
 ///        does not poll as it said. An assertion of the library ends the process.
-std::vector<DeviceSteps> run( PrivateServer &server, const Library &library, const Options &options,
-                              const Board &board, const std::vector<const Entry *> &entries );
+std::vector<DeviceSteps> run( PrivateServer &server, const Library &library, const Board &board,
+                              const std::vector<const Entry *> &entries );
 
 } // namespace HostTool::Explain

@@ -44,9 +44,12 @@ void AbortNote::prelude( void ( *run )() ) {
     runFirst = run;
 }
 
-AbortNote::AbortNote( std::initializer_list<std::string_view> doing ) {
+AbortNote::AbortNote( std::initializer_list<std::string_view> doing )
+    : before_( static_cast<size_t>( noteLength ) ) {
     handleAborts();
-    size_t length = 0;
+    // A note within a note follows it, unless there is too little room for that.
+    constexpr size_t worthwhile = 256;
+    size_t length = before_ + worthwhile <= note.size() ? before_ : 0;
     const auto append = [&length]( std::string_view text, size_t roomBehind ) {
         const size_t taken = std::min( text.size(), note.size() - roomBehind - length );
         std::copy_n( text.begin(), taken, note.begin() + length );
@@ -61,7 +64,7 @@ AbortNote::AbortNote( std::initializer_list<std::string_view> doing ) {
 }
 
 AbortNote::~AbortNote() {
-    noteLength = 0;
+    noteLength = static_cast<sig_atomic_t>( before_ );
 }
 
 } // namespace HostTool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <initializer_list>
 #include <string_view>
 
@@ -7,7 +8,8 @@ namespace HostTool {
 
 /// What the program is doing with the library right now. The library ends the process through
 /// assertions; should it, the note is written to stderr behind the assertion's own text, and the
-/// process ends by SIGABRT as it would have. One note holds at a time; it ends with its object.
+/// process ends by SIGABRT as it would have. A note ends with its object; one that is made while
+/// another holds is written behind it.
 class AbortNote {
   public:
     /// What an abort runs before the note is written, for a terminal that must be given back; null
@@ -21,6 +23,9 @@ class AbortNote {
 
     AbortNote( const AbortNote & ) = delete;
     AbortNote &operator=( const AbortNote & ) = delete;
+
+  private:
+    size_t before_; ///< what is written of the notes that hold already, in bytes
 };
 
 } // namespace HostTool

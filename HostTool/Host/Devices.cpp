@@ -22,32 +22,6 @@ std::string joined( const std::vector<std::string> &lines ) {
     return text.empty() ? "the library refused without a word" : text;
 }
 
-Device add( const Library &library, const Entry &entry ) {
-    const ClassRow &row = rowOf( entry.deviceClass );
-    const AbortNote note( { "while adding '", entry.name, "' (", entry.place, ")" } );
-    HostServices::get().forgetLines();
-    const auto refuse = [&]( const std::string &text ) {
-        return Failure( ExitCode::badInput, entry.place + ": '" + entry.name + "': " + text );
-    };
-    Device device = { &entry, &row, nullptr, "", {} };
-    try {
-        device.record = row.add( library, row.addEntryPoint, entry );
-    } catch ( const Failure & ) {
-        throw;
-    } catch ( const std::invalid_argument &exception ) {
-        throw refuse( std::string( "an argument is not a number (" ) + exception.what() + ")" );
-    } catch ( const std::out_of_range &exception ) {
-        throw refuse( std::string( "an argument is out of range (" ) + exception.what() + ")" );
-    } catch ( const std::exception &exception ) {
-        throw refuse( "driver '" + entry.driver + "', class " + nameOf( entry.deviceClass ) + ": " +
-                      printable( exception.what() ) );
-    }
-    if ( !device.record ) {
-        device.refusal = "not added: " + joined( HostServices::get().lines() );
-    }
-    return device;
-}
-
 /// What is answered from a poll is as old as the poll. The library begins to poll a register when
 /// it is first asked for it, and answers with a 0 that nobody has read until then.
 void stampPolled( Device &device, Moment now ) {
@@ -105,6 +79,33 @@ void initialise( const Library &library, const char *entryPoint, const Board &bo
                                            Reading::failed( status ).reason );
 }
 
+Device addDevice( const Library &library, const Entry &entry ) {
+    const ClassRow &row = rowOf( entry.deviceClass );
+    const AbortNote note( { "while adding '", entry.name, "' (", entry.place,
+                            "); name the other devices to go on without it" } );
+    HostServices::get().forgetLines();
+    const auto refuse = [&]( const std::string &text ) {
+        return Failure( ExitCode::badInput, entry.place + ": '" + entry.name + "': " + text );
+    };
+    Device device = { &entry, &row, nullptr, "", {} };
+    try {
+        device.record = row.add( library, row.addEntryPoint, entry );
+    } catch ( const Failure & ) {
+        throw;
+    } catch ( const std::invalid_argument &exception ) {
+        throw refuse( std::string( "an argument is not a number (" ) + exception.what() + ")" );
+    } catch ( const std::out_of_range &exception ) {
+        throw refuse( std::string( "an argument is out of range (" ) + exception.what() + ")" );
+    } catch ( const std::exception &exception ) {
+        throw refuse( "driver '" + entry.driver + "', class " + nameOf( entry.deviceClass ) + ": " +
+                      printable( exception.what() ) );
+    }
+    if ( !device.record ) {
+        device.refusal = "not added: " + joined( HostServices::get().lines() );
+    }
+    return device;
+}
+
 std::vector<Device> addDevices( const Library &library, const Options &options, const Board &board,
                                 const std::vector<const Entry *> &entries ) {
     makeSureOfServer( options, board );
@@ -114,7 +115,7 @@ std::vector<Device> addDevices( const Library &library, const Options &options, 
         if ( initialised.insert( entry->deviceClass ).second ) {
             initialise( library, rowOf( entry->deviceClass ).initEntryPoint, board );
         }
-        devices.push_back( add( library, *entry ) );
+        devices.push_back( addDevice( library, *entry ) );
     }
     return devices;
 }

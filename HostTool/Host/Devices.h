@@ -30,6 +30,10 @@ void makeSureOfServer( const Options &options, const Board &board );
 /// @throw Failure (unreachable) without a server; (badInput) when the library refuses the topology.
 void initialise( const Library &library, const char *entryPoint, const Board &board );
 
+/// Adds one entry of a class that is initialised.
+/// @throw Failure (badInput) when the library throws over it.
+Device addDevice( const Library &library, const Entry &entry );
+
 /// Makes sure of the server, initialises the classes that are needed and adds the entries in order.
 /// @throw Failure (unreachable) without a server; (badInput) when the library refuses the
 ///        topology or throws over an entry. An assertion of the library ends the process, and

@@ -69,6 +69,8 @@ const char *nameOf( Freshness freshness ) {
         return "old";
     case Freshness::never:
         return "never";
+    case Freshness::failed:
+        return "failed";
     case Freshness::none:
         break;
     }
@@ -94,8 +96,15 @@ Freshness Reading::freshness() const {
     if ( hasValue() ) {
         return polledAt ? Freshness::old : Freshness::fresh;
     }
-    const bool isNothing = status == PL_STATUS_NOT_SUPPORTED || status == PL_STATUS_NOT_PRESENT;
-    return isNothing ? Freshness::none : Freshness::never;
+    switch ( status ) {
+    case PL_STATUS_OK:
+        return Freshness::never;
+    case PL_STATUS_NOT_SUPPORTED:
+    case PL_STATUS_NOT_PRESENT:
+        return Freshness::none;
+    default:
+        return Freshness::failed;
+    }
 }
 
 std::optional<std::chrono::duration<double>> Reading::age( Moment now ) const {
@@ -106,9 +115,9 @@ std::optional<std::chrono::duration<double>> Reading::age( Moment now ) const {
 }
 
 std::string whyNoValue( const Reading &reading ) {
-    return reading.freshness() == Freshness::none || reading.status == PL_STATUS_OK
-               ? reading.reason
-               : nameOf( reading.status ) + ": " + reading.reason;
+    return reading.freshness() == Freshness::failed
+               ? nameOf( reading.status ) + ": " + reading.reason
+               : reading.reason;
 }
 
 std::vector<Reading> allFailed( size_t count, pl_status status, const std::string &reason ) {

@@ -14,10 +14,11 @@ using Moment = std::chrono::steady_clock::time_point;
 
 /// How a value came to be known.
 enum class Freshness {
-    fresh, ///< its chip was asked just now
-    old,   ///< its chip was asked some time ago: by the library's poll, or before it failed
-    never, ///< its chip was never asked, or never gave an answer: there is no value
-    none,  ///< there is nothing to be asked: the device has no such value, or is not there
+    fresh,  ///< its chip was asked just now
+    old,    ///< its chip was asked some time ago, by the library's poll
+    never,  ///< its chip was never asked
+    failed, ///< it was asked just now, in vain; the status says what failed
+    none,   ///< there is nothing to be asked: the device has no such value, or is not there
 };
 
 /// One value of a device, or the reason why there is none. A reading that failed has no number at
@@ -69,7 +70,7 @@ enum class State {
 };
 
 const char *nameOf( State state );
-/// "fresh", "old", "never"; "none" for a value that cannot be.
+/// "fresh", "old", "never", "failed"; "none" for a value that cannot be.
 const char *nameOf( Freshness freshness );
 /// "PL_STATUS_IO_ERROR"; "status 17" for one that has no name.
 std::string nameOf( pl_status status );

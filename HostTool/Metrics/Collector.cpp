@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <utility>
 
 namespace HostTool::Metrics {
@@ -30,7 +31,9 @@ void say( const std::string &line ) {
 
 Collector::Collector( Run &run, const Task &task )
     : run_( run ), task_( task ), entries_( selectEntries( task.board, task.options.operands ) ),
-      exposition_( { KAVRA_VERSION, task.library->path(), task.board.folder } ) {
+      exposition_( { KAVRA_VERSION,
+                     std::filesystem::path( task.library->path() ).lexically_normal(),
+                     task.board.folder } ) {
     if ( task.options.wait ) {
         add();
     }

@@ -46,6 +46,9 @@ constexpr uint64_t microsecondsPerSecond = 1'000'000;
 
 void checkOptions( const Options &options ) {
     const auto refuse = []( const char *text ) { throw Failure( ExitCode::badInput, text ); };
+    if ( options.json ) {
+        refuse( "metrics has Prometheus' format and no JSON; kavractl show --json has" );
+    }
     if ( !options.textFile.empty() && !options.listen.empty() ) {
         refuse( "--textfile and --listen are two ways out; start kavractl metrics once for each" );
     }

@@ -38,6 +38,14 @@ static void writeThresholds( JsonWriter &writer, const Entry &entry ) {
     writer.EndObject();
 }
 
+void writeAge( JsonWriter &writer, const Reading &reading ) {
+    if ( const auto age = reading.age( std::chrono::steady_clock::now() ) ) {
+        writeFloat( writer, static_cast<float>( age->count() ) );
+    } else {
+        writer.Null();
+    }
+}
+
 void writeEntryKeys( JsonWriter &writer, const Entry &entry ) {
     writer.Key( "name" );
     writeText( writer, entry.name );

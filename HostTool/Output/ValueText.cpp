@@ -2,11 +2,13 @@
 
 #include <array>
 #include <charconv>
+#include <limits>
 
 namespace HostTool {
 
 std::string numberText( double value, int decimals, const std::string &unit ) {
-    std::array<char, 64> digits;
+    constexpr int most = std::numeric_limits<double>::max_exponent10 + 16; // and decimals
+    std::array<char, most> digits;
     char *const end = digits.data() + digits.size();
     const auto result =
         std::to_chars( digits.data(), end, value, std::chars_format::fixed, decimals );

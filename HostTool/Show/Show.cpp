@@ -138,15 +138,6 @@ struct ValueJson {
     void operator()( const std::string &value ) const { writeText( writer, value ); }
 };
 
-void writeAge( JsonWriter &writer, const Reading &reading ) {
-    const auto age = reading.age( std::chrono::steady_clock::now() );
-    if ( age ) {
-        writeFloat( writer, static_cast<float>( age->count() ) );
-    } else {
-        writer.Null();
-    }
-}
-
 void writeReading( JsonWriter &writer, const Column &column, const Reading &reading ) {
     writer.Key( column.key );
     writer.StartObject();

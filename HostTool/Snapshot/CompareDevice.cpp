@@ -85,7 +85,13 @@ class DeviceComparison {
             add( Group::setting, {},
                  now_.name + "'s driver is '" + now_.driver + "', was '" + golden_.driver + "'" );
         }
-        if ( !golden_.thresholds || !now_.thresholds ) {
+        if ( golden_.thresholds.has_value() != now_.thresholds.has_value() ) {
+            add( Group::setting, {},
+                 now_.name + ( now_.thresholds ? " has thresholds, and had none"
+                                               : " has no thresholds any more" ) );
+            return;
+        }
+        if ( !golden_.thresholds ) {
             return;
         }
         compareLimit( "alert", golden_.thresholds->alert, now_.thresholds->alert );

@@ -127,7 +127,7 @@ class Node {
 };
 
 constexpr std::array freshnesses = { Freshness::fresh, Freshness::old, Freshness::never,
-                                     Freshness::none };
+                                     Freshness::failed, Freshness::none };
 constexpr std::array states = { State::ok,       State::added, State::absent, State::alert,
                                 State::critical, State::bad,   State::failed };
 

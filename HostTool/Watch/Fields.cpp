@@ -202,9 +202,11 @@ std::vector<std::string> fieldsOf( const Item &item, Moment now ) {
 
 std::vector<std::string> readingsOf( const Item &item, Moment now ) {
     Texts texts;
+    std::optional<Moment> polledAt;
     for ( size_t i = 0; i < item.samples.size(); ++i ) {
         const Sample &sample = item.samples[i];
         const Column &column = columnOf( item, i );
+        polledAt = std::max( polledAt, sample.reading.polledAt );
         if ( column.isDescription || sample.reading.status == PL_STATUS_NOT_SUPPORTED ) {
             continue;
         }
@@ -220,6 +222,10 @@ std::vector<std::string> readingsOf( const Item &item, Moment now ) {
                               ageText( sample.lastGoodAt, now ) + " ago";
         }
         texts.push_back( text );
+    }
+    if ( polledAt && now - *polledAt <= oldAfter ) {
+        const std::chrono::duration<double> age = now - *polledAt;
+        texts.push_back( "polled " + numberText( age.count(), 1, "s" ) + " ago" );
     }
     appendAge( texts, item, now );
     return texts;

@@ -35,6 +35,8 @@ std::string changeAsJson( const Model &model, const Change &change, double time 
     writeTextOrNull( writer, reading ? reading->reason : "" );
     writer.Key( "freshness" );
     writeTextOrNull( writer, reading ? nameOf( reading->freshness() ) : "" );
+    writer.Key( "age_s" );
+    writeAge( writer, reading.value_or( Reading() ) );
     writer.EndObject();
     return buffer.GetString();
 }

@@ -46,6 +46,23 @@ TEST( OptionsTest, SimulateTakesItsFolderOnlyBehindAnEqualsSign ) {
     EXPECT_EQ( "d", parseOptions( { "--simulate=d", "show" } ).simulationFolder );
 }
 
+TEST( OptionsTest, OptionThatTheCommandDoesNotTakeIsRefused ) {
+    EXPECT_EQ( "--fdl goes with kavractl show, not with list", refusalOf( { "list", "--fdl" } ) );
+    EXPECT_EQ( "--for goes with kavractl watch, set and metrics, not with show",
+               refusalOf( { "--for", "5", "show" } ) );
+    EXPECT_EQ( "", refusalOf( { "watch", "--for", "5", "--every", "2" } ) );
+    for ( const char *option : { "--output", "--listen", "--textfile", "--tolerance", "--rate" } ) {
+        EXPECT_NE( "", refusalOf( { "show", option, "x" } ) ) << option;
+    }
+    for ( const char *option : { "--rates", "--rules", "--yes", "-y", "--force" } ) {
+        EXPECT_NE( "", refusalOf( { "show", option } ) ) << option;
+    }
+}
+
+TEST( OptionsTest, HelpIsGivenWhateverElseIsThere ) {
+    EXPECT_TRUE( parseOptions( { "list", "--fdl", "--help" } ).help );
+}
+
 TEST( OptionsTest, DoubleDashEndsOptions ) {
     EXPECT_EQ( ( std::vector<std::string>{ "--json" } ),
                parseOptions( { "show", "--", "--json" } ).operands );

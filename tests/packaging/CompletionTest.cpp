@@ -75,6 +75,13 @@ TEST_F( CompletionTest, KavractlOffersTheBoardsDevices ) {
     EXPECT_EQ( Words{ "asic-right" }, kavractl( { "--board", board, "list", "inlet", "asic-r" } ) );
 }
 
+TEST_F( CompletionTest, KavractlOffersTheDevicesOfTheBoardBehindAnEqualsSign ) {
+    const std::string board = SOURCE_DIR "/boards/VundaT";
+
+    EXPECT_EQ( Words{ "inlet" }, kavractl( { "--board=" + board, "show", "inl" } ) );
+    EXPECT_EQ( Words{}, kavractl( { "--board=" + board + "/none", "show", "inl" } ) );
+}
+
 TEST_F( CompletionTest, KavractlOffersOperationsAndClasses ) {
     EXPECT_EQ( ( Words{ "scan", "send" } ), kavractl( { "smbus", "s" } ) );
     EXPECT_EQ( ( Words{ "fan", "gpio", "led", "xcvr" } ), kavractl( { "set", "" } ) );

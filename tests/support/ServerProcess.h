@@ -75,8 +75,8 @@ class ServerProcess {
     std::string controlPath_;
     std::string oldSocket_; // the SMBUSD_SOCKET of before; empty: there was none
     pid_t pid_ = -1;
-    // Whether SIGSTOP holds it. A SIGCONT that is not needed does harm: it takes away the SIGSTOP by
-    // which the leak checker holds an ending process, and the checker waits for ever.
+    // Whether SIGSTOP holds it. A SIGCONT that is not needed does harm: it takes away the SIGSTOP
+    // by which the leak checker holds an ending process, and the checker waits for ever.
     bool stopped_ = false;
     std::thread reader_;
     std::mutex mutex_;

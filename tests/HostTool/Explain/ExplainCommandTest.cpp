@@ -198,7 +198,7 @@ TEST_F( ExplainCommandTest, TableNamesTheRatesAndTheBusses ) {
     EXPECT_THAT( text, HasSubstr( "\nSCD pci 0x00000300 accelerator 0 bus 5 (scd0-bus5)\n"
                                   "  DEVICE     CLASS  WHAT  EVERY  TRANSACTIONS/S" ) );
     EXPECT_THAT( text, HasSubstr( "  Ethernet1  xcvr   poll    1 s            1.00       16.00" ) );
-    EXPECT_THAT( text, EndsWith( "that there are none of: 1 xcvr.\n" ) );
+    EXPECT_THAT( text, EndsWith( "Nothing goes over a bus for reading 1 xcvr.\n" ) );
 }
 
 TEST_F( ExplainCommandTest, MoreThanTheBusCarriesIsMarked ) {
@@ -233,8 +233,9 @@ TEST_F( ExplainCommandTest, AssertionOfTheLibraryLeavesNothingBehind ) {
         "thresholds": { "alert": 45, "critical": 55 } } ])" );
     const ProgramResult result = kavractl( { "explain" } );
     EXPECT_EQ( -SIGABRT, result.status );
-    EXPECT_THAT( result.err, EndsWith( "kavractl: while adding 'ghost' (" + folder.path() +
-                                       "/devices.json:1)\n" ) );
+    EXPECT_THAT( result.err,
+                 EndsWith( "kavractl: while adding 'ghost' (" + folder.path() +
+                           "/devices.json:1); name the other devices to go on without it\n" ) );
 }
 
 TEST_F( ExplainCommandTest, UnknownDeviceIsRefused ) {

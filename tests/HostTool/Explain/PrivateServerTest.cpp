@@ -132,4 +132,4 @@ TEST_P( EndingTest, ServerEndsWithTheProgram ) {
 }
 
 INSTANTIATE_TEST_SUITE_P( Signals, EndingTest,
-                          testing::Values( SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGKILL ) );
+                          testing::Values( SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGKILL ) );

@@ -93,9 +93,9 @@ TEST_F( ShowTest, JsonHasStableKeys ) {
                kavractl( { "show", "--json" } ).out );
 }
 
-TEST_F( ShowTest, FailedReadingWasNeverRead ) {
+TEST_F( ShowTest, FailedReadingIsNoneThatWasNeverTried ) {
     device( "temp_sensor", "fail-on-read" );
-    EXPECT_EQ( "\"never\"", reading( "temperature", "freshness" ) );
+    EXPECT_EQ( "\"failed\"", reading( "temperature", "freshness" ) );
     EXPECT_EQ( "null", reading( "temperature", "age_s" ) );
 }
 
@@ -338,7 +338,8 @@ TEST_F( ShowTest, AssertionOfAddNamesTheEntryBehindItsOwnText ) {
     const ProgramResult result = show();
     EXPECT_EQ( -SIGABRT, result.status );
     EXPECT_THAT( result.err, HasSubstr( "json.HasMember( \\\"did\\\" )" ) );
-    EXPECT_THAT( result.err, EndsWith( "kavractl: while adding 'd' (" + place() + ")\n" ) );
+    EXPECT_THAT( result.err, EndsWith( "kavractl: while adding 'd' (" + place() +
+                                       "); name the other devices to go on without it\n" ) );
 }
 
 TEST_F( ShowTest, AssertionOfAReadingNamesTheEntry ) {

@@ -266,6 +266,17 @@ TEST( CompareTest, AgeAndFreshnessAreNoDifference ) {
     EXPECT_TRUE( notesOf( board( {} ).origin, later.origin ).empty() );
 }
 
+TEST( CompareTest, ThresholdsThatComeAndGoAreToldAsSuch ) {
+    const DeviceState with = sensor( "inlet", 24.5 );
+    DeviceState without = with;
+    without.thresholds.reset();
+    ASSERT_TRUE( with.thresholds );
+    EXPECT_EQ( "setting: inlet has no thresholds any more",
+               said( board( { with } ), board( { without } ) ) );
+    EXPECT_EQ( "setting: inlet has thresholds, and had none",
+               said( board( { without } ), board( { with } ) ) );
+}
+
 TEST( CompareTest, KeysThatOneDoesNotHaveAreNotCompared ) {
     DeviceState now = fan( "fan1", 9000 );
     now.values.pop_back();

@@ -34,7 +34,7 @@ Record text( const std::string &value ) {
 }
 
 Record failed( const std::string &reason, const std::string &status ) {
-    return { {}, "", status, reason, Freshness::never };
+    return { {}, "", status, reason, Freshness::failed };
 }
 
 Record unread( const std::string &reason ) {

@@ -121,7 +121,7 @@ constexpr Flawed flaws[] = {
       "golden.json:33:24: devices.inlet.values.temperature: \"unit\" is missing" },
     { "WrongWord", "\"fresh\"", "\"stale\"",
       "golden.json:33:108: devices.inlet.values.temperature.freshness: 'stale' is none of fresh, "
-      "old, never, none" },
+      "old, never, failed, none" },
     { "WrongClass", "\"temp_sensor\"", "\"sensor\"",
       "golden.json:22:16: devices.inlet.class: 'sensor' is none of temp_sensor, fan," },
     { "WrongState", "\"ok\"", "\"fine\"",

@@ -63,7 +63,7 @@ TEST_F( ModelTest, LineOfJsonHasTheSame ) {
     board.fails( "inlet", "no \"ack\"" );
     EXPECT_EQ( R"({"time":1700000000.5,"name":"inlet","key":"temperature","before":"24.5 C",)"
                R"("after":"--","status":"PL_STATUS_FAILED","reason":"no \"ack\"",)"
-               R"("freshness":"never"})",
+               R"("freshness":"failed","age_s":null})",
                changeAsJson( board.model(), board.changes.front(), 1700000000.5 ) );
 }
 
@@ -76,6 +76,14 @@ TEST_F( ModelTest, ValueThatIsNotReadAnyMoreTellsItsAge ) {
     EXPECT_EQ( std::vector<std::string>( { "24.5 C", "6 s old" } ),
                fieldsOf( board.item( "inlet" ), board.now() ) );
     EXPECT_EQ( std::vector<std::string>( { "temperature 24.5 C", "6 s old" } ),
+               readingsOf( board.item( "inlet" ), board.now() ) );
+}
+
+TEST_F( ModelTest, PolledValueSaysWhenItWasPolled ) {
+    Reading polled = good( 24.5F );
+    polled.polledAt = board.now() - std::chrono::milliseconds( 400 );
+    board.reads( "inlet", { polled } );
+    EXPECT_EQ( std::vector<std::string>( { "temperature 24.5 C", "polled 0.4 s ago" } ),
                readingsOf( board.item( "inlet" ), board.now() ) );
 }
 
