@@ -47,7 +47,8 @@ TEST_F( ListenerTest, OtherMachinesAreRefused ) {
     for ( const std::string where : { "0.0.0.0:1", "192.0.2.1:80", "[::]:80", "[2001:db8::1]:80",
                                       "localhost:80", ":80", "[127.0.0.1]:80", "::1:80" } ) {
         EXPECT_EQ( "cannot listen on '" + where +
-                       "': only 127.0.0.1, [::1] or a Unix socket: there is no encryption and no "
+                       "': only 127.0.0.1, [::1], in numbers, or a Unix socket: there is no "
+                       "encryption and no "
                        "password; put a proxy that has both in front for readers elsewhere",
                    refusalOf( where ) );
     }

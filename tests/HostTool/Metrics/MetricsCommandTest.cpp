@@ -167,7 +167,8 @@ TEST_F( MetricsCommandTest, OptionsThatDoNotGoTogetherAreRefused ) {
                    "--textfile 'kavra.txt': the name must end in .prom, the node exporter reads no "
                    "other" );
     expectRefusal( { "--listen", "0.0.0.0:9877" },
-                   "cannot listen on '0.0.0.0:9877': only 127.0.0.1, [::1] or a Unix socket: there "
+                   "cannot listen on '0.0.0.0:9877': only 127.0.0.1, [::1], in numbers, or a Unix "
+                   "socket: there "
                    "is no encryption and no password; put a proxy that has both in front for "
                    "readers elsewhere" );
 }
