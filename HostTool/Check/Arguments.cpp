@@ -43,6 +43,11 @@ std::optional<Arguments> Arguments::from( const JsonFile &document, const Value 
     return arguments;
 }
 
+bool Arguments::saysAddress() const {
+    const Value *value = member( *json, "address" );
+    return value && numberIn( *value, "address" ).has_value();
+}
+
 const Value *Arguments::setting( std::string_view key ) const {
     return settings ? lastMember( *settings, key ) : nullptr;
 }

@@ -27,6 +27,8 @@ struct Arguments {
     /// @return nothing when the shape is not right.
     static std::optional<Arguments> from( const JsonFile &document, const Value &json );
 
+    /// Whether there is an address of the right shape.
+    bool saysAddress() const;
     /// @return null for a setting that is not there.
     const Value *setting( std::string_view key ) const;
     /// Where a setting would be that is missing.

@@ -232,6 +232,14 @@ class BoardTreeBuilder {
     std::map<Wires, const MediumNode *> wires_;
 };
 
+const BusNode &rootOf( const BusNode &bus ) {
+    const BusNode *root = &bus;
+    while ( root->mux ) {
+        root = root->mux->bus;
+    }
+    return *root;
+}
+
 BoardTree::BoardTree( const JsonFile &document, Findings &findings ) : document_( document ) {
     BoardTreeBuilder( *this, findings ).build();
 }

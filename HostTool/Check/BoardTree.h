@@ -32,6 +32,9 @@ struct BusNode {
     uint32_t index; ///< among the busses of the board
 };
 
+/// The bus of the medium that a channel of muxes hangs on; a bus that is no channel is its own.
+const BusNode &rootOf( const BusNode &bus );
+
 struct MuxNode {
     const Value *json;
     const BusNode *bus; ///< that the mux splits

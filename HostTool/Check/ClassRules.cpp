@@ -75,6 +75,34 @@ constexpr Field fields[] = {
     { "readDelay", 3 },  { "extraDelay", 1 }, { "addrSize", 3 },
 };
 
+const std::vector<std::string> &keysOfAddress() {
+    static const std::vector<std::string> keys = [] {
+        std::vector<std::string> names = { "writeNoStopReadCurrent" };
+        for ( const Field &field : fields ) {
+            names.emplace_back( field.key );
+        }
+        return names;
+    }();
+    return keys;
+}
+
+void checkKeys( const Value &address, const Arguments &arguments, const std::string &owner,
+                Findings &findings ) {
+    if ( !address.IsObject() ) {
+        return;
+    }
+    const std::vector<std::string> &known = keysOfAddress();
+    for ( const auto &each : address.GetObject() ) {
+        const std::string key( wholeText( each.name ) );
+        if ( std::find( known.begin(), known.end(), key ) == known.end() ) {
+            const std::string meant = didYouMean( key, known );
+            findings.add( RuleId::addressUnread, *arguments.document, atKeyOf( each.value ),
+                          owner + "an address has no \"" + key + "\"",
+                          meant.empty() ? "" : meant.substr( 2 ) );
+        }
+    }
+}
+
 void checkWidth( const Value &address, const Arguments &arguments, const std::string &owner,
                  Findings &findings ) {
     constexpr uint32_t keptBits = 3;
@@ -113,6 +141,7 @@ void checkAddressNumbers( const Arguments &arguments, const std::string &owner,
         }
     }
     checkWidth( *address, arguments, owner, findings );
+    checkKeys( *address, arguments, owner, findings );
 }
 
 void checkSimulationName( const Arguments &arguments, const std::string &owner,

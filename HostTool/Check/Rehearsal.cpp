@@ -152,6 +152,11 @@ void Rehearsal::addAs( const Entry &entry, const Arguments &arguments, const Mad
                        "it offers " + classesOf( *device.driver ) );
         return;
     }
+    const bool readsChip = entry.deviceClass == DeviceClass::gpio ||
+                           ( entry.deviceClass == DeviceClass::slot && !usesOnlyTool( arguments ) );
+    if ( readsChip && isExcusedFromAccess( device ) ) {
+        tellReadsWithoutAccess( device, arguments, entry.owner );
+    }
     checkSettings( row->settings, arguments, entry.owner, findings_ );
     checkClass( *device.driver, entry.deviceClass, arguments, entry.owner, findings_ );
     if ( device.driver->name == std::string_view( "PsuSlot" ) &&
@@ -205,15 +210,26 @@ const Made *Rehearsal::make( const Arguments &arguments, const std::string &owne
 }
 
 void Rehearsal::checkAccess( const Made &device, const std::string &owner ) {
-    const std::string name = device.driver->name;
-    const bool isContent =
-        name == "Dummy" || ( name == "PsuSlot" && usesOnlyTool( device.arguments ) );
-    if ( device.access != Made::Access::none || isContent ) {
+    if ( device.access != Made::Access::none || isExcusedFromAccess( device ) ) {
         return;
     }
     tell( device.driver->accessesAtOnce ? RuleId::withoutAccess : RuleId::readsWithoutAccess,
           device.arguments, spotOf( *device.arguments.json, "provideHam" ),
-          owner + "driver " + name + " needs an access method, and gets none" );
+          owner + "driver " + device.driver->name + " needs an access method, and gets none" );
+}
+
+// Without an access method, and content with it as long as nobody reads its registers.
+bool Rehearsal::isExcusedFromAccess( const Made &device ) {
+    const std::string_view name = device.driver->name;
+    return device.access == Made::Access::none &&
+           ( name == "Dummy" || ( name == "PsuSlot" && usesOnlyTool( device.arguments ) ) );
+}
+
+void Rehearsal::tellReadsWithoutAccess( const Made &device, const Arguments &arguments,
+                                        const std::string &owner ) {
+    tell( RuleId::readsWithoutAccess, arguments, spotOf( *arguments.json, "provideHam" ),
+          owner + "registers of device " + std::to_string( device.arguments.did ) +
+              " are read, and it gets no access method" );
 }
 
 bool Rehearsal::findAccess( Made &device, const std::string &owner ) {
@@ -284,6 +300,9 @@ void Rehearsal::passMux( const MuxNode &mux ) {
         } else if ( device && device->access != Made::Access::smbus ) {
             tell( RuleId::withoutAccess, arguments, spotOf( *arguments.json, "provideHam" ),
                   owner + "its chip gets no access method" );
+        } else if ( device && &rootOf( *device->node->bus ) != &rootOf( *mux.bus ) ) {
+            findings_.add( RuleId::muxElsewhere, tree_->document(), spotOf( *mux.json, "did" ),
+                           owner + "its chip is on other wires than the bus that the mux splits" );
         }
     }
     passed_.insert( &mux );
@@ -314,7 +333,12 @@ void Rehearsal::findGpioDevice( const Arguments &arguments, const std::string &o
     if ( node->arguments->driver.empty() ) {
         node->arguments->driver = "Dummy";
     }
-    create( Arguments( *node->arguments ), quoted( label ) + ": " );
+    const std::string lines = quoted( label ) + ": ";
+    const Arguments carrier = *node->arguments;
+    const Made *device = create( carrier, lines );
+    if ( device && isExcusedFromAccess( *device ) ) {
+        tellReadsWithoutAccess( *device, carrier, lines );
+    }
 }
 
 } // namespace HostTool::Check

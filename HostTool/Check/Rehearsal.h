@@ -60,6 +60,9 @@ class Rehearsal {
     void passMux( const MuxNode &mux );
     void findGpioDevice( const Arguments &arguments, const std::string &owner );
     void checkAccess( const Made &device, const std::string &owner );
+    static bool isExcusedFromAccess( const Made &device );
+    void tellReadsWithoutAccess( const Made &device, const Arguments &arguments,
+                                 const std::string &owner );
     void checkChip( const Made &device, const std::string &owner );
     EmulatedChip *chipOf( const Made &device, bool &muxIsMissing );
 

@@ -56,25 +56,31 @@ std::string wayTo( const Wires &wires ) {
 }
 
 Wires wiresOf( const Made &device ) {
-    const BusNode *root = device.node->bus;
-    while ( root->mux ) {
-        root = root->mux->bus;
-    }
+    const BusNode &root = rootOf( *device.node->bus );
     const MediumNode &medium = *device.node->medium;
     return { masterOf( medium ), medium.type == "SCD" ? medium.pci : 0,
-             root->accelerator ? kept( *root->accelerator ) : device.arguments.accelerator,
-             kept( root->id ) };
+             root.accelerator ? kept( *root.accelerator ) : device.arguments.accelerator,
+             kept( root.id ) };
 }
 
 } // namespace
 
+// A control byte goes out by the device's controller, to the bus and the address of the mux's chip.
 EmulatedChip *Rehearsal::chipOf( const Made &device, bool &muxIsMissing ) {
     const Wires wires = wiresOf( device );
     std::vector<Hop> hops;
     for ( const BusNode *bus = device.node->bus; bus->mux; bus = bus->mux->bus ) {
         const auto mux = made_.find( bus->mux->did );
-        if ( mux == made_.end() ) {
+        if ( mux == made_.end() || !mux->second.node || !mux->second.arguments.saysAddress() ) {
             muxIsMissing = true; // and told of
+            return nullptr;
+        }
+        if ( &rootOf( *mux->second.node->bus ) != &rootOf( *bus ) ) {
+            muxIsMissing = true; // from these wires; told of as well
+            return nullptr;
+        }
+        const Wires ofMux = wiresOf( mux->second );
+        if ( ofMux.accelerator != wires.accelerator || ofMux.bus != wires.bus ) {
             return nullptr;
         }
         hops.push_back( { mux->second.arguments.address, static_cast<uint8_t>( bus->id ) } );
@@ -84,7 +90,8 @@ EmulatedChip *Rehearsal::chipOf( const Made &device, bool &muxIsMissing ) {
 }
 
 void Rehearsal::checkChip( const Made &device, const std::string &owner ) {
-    if ( !board_ || !device.node || device.access != Made::Access::smbus ) {
+    if ( !board_ || !device.node || device.access != Made::Access::smbus ||
+         !device.arguments.saysAddress() ) {
         return;
     }
     bool muxIsMissing = false;

@@ -33,11 +33,13 @@ enum class RuleId {
     muxWithoutDevice,
     muxNotInline,
     muxDriver,
+    muxElsewhere,
     muxLoop,
     muxChannel,
     // addresses
     addressSize,
     addressRange,
+    addressUnread,
     addressTwice,
     addressBehindMux,
     // references

@@ -6,6 +6,7 @@
 #include "tests/HostTool/Check/Mutation.h"
 
 #include <gtest/gtest.h>
+#include <rapidjson/pointer.h>
 
 #include <algorithm>
 #include <array>
@@ -62,6 +63,10 @@ bool isRefusalOfValue( const Finding &finding ) {
 // The same sets in every run, so that a change is judged by what it did. Long runs take other
 // seeds.
 constexpr size_t usualSeed = 1;
+
+// Has no divisor in common with the numbers of changes that a value has, so that each kind comes
+// up.
+constexpr size_t usualStep = 9;
 
 size_t countFrom( const char *variable, size_t otherwise ) {
     const char *text = getenv( variable );
@@ -144,6 +149,30 @@ class Draft {
     std::array<rapidjson::Document, std::size( kindFiles )> documents_;
 };
 
+void collectMuxes( const rapidjson::Value &value, const rapidjson::Pointer &pointer, bool areMuxes,
+                   std::vector<rapidjson::Pointer> &muxes ) {
+    if ( value.IsObject() ) {
+        if ( areMuxes ) {
+            muxes.push_back( pointer );
+        }
+        for ( const auto &member : value.GetObject() ) {
+            const auto &name = member.name;
+            collectMuxes( member.value, pointer.Append( name.GetString(), name.GetStringLength() ),
+                          name == "muxes", muxes );
+        }
+    } else if ( value.IsArray() ) {
+        for ( rapidjson::SizeType i = 0; i < value.Size(); ++i ) {
+            collectMuxes( value[i], pointer.Append( i ), areMuxes, muxes );
+        }
+    }
+}
+
+std::vector<rapidjson::Pointer> muxesOf( const rapidjson::Document &topology ) {
+    std::vector<rapidjson::Pointer> muxes;
+    collectMuxes( topology, rapidjson::Pointer(), false, muxes );
+    return muxes;
+}
+
 constexpr const char *boards[] = {
     "/tests/data/check/board",       "/boards/VundaT",
     "/boards/VundaT/variants/wedge", "/boards/VundaT/variants/ipmitool",
@@ -164,7 +193,8 @@ TEST_F( PromiseTest, TheBoardsAreTaken ) {
 // Each change by itself; a part of them unless KAVRA_CHECK_ALL is set.
 TEST_F( PromiseTest, HoldsForEachChange ) {
     const BoardTexts texts = textsIn( std::string( SOURCE_DIR ) + boards[0] );
-    const size_t step = getenv( "KAVRA_CHECK_ALL" ) ? 1 : countFrom( "KAVRA_CHECK_STEP", 37 );
+    const size_t step =
+        getenv( "KAVRA_CHECK_ALL" ) ? 1 : countFrom( "KAVRA_CHECK_STEP", usualStep );
     const size_t seed = countFrom( "KAVRA_CHECK_SEED", usualSeed );
     std::cout << "KAVRA_CHECK_SEED=" << seed << "\n";
     size_t number = seed % step;
@@ -176,6 +206,29 @@ TEST_F( PromiseTest, HoldsForEachChange ) {
             compare( draft.texts(), kindFiles[i].file + ( ": " + mutations[number].name ) );
         }
         number -= mutations.size();
+    }
+    expectFewRefusalsInVain();
+}
+
+// A slip of the pen that nobody sees: the chip is a mux, and is not the one of these wires.
+TEST_F( PromiseTest, HoldsForMuxesWithAnothersChip ) {
+    const BoardTexts texts = textsIn( std::string( SOURCE_DIR ) + boards[1] );
+    const std::vector<rapidjson::Pointer> muxes = muxesOf( Draft( texts ).document( 0 ) );
+    ASSERT_FALSE( muxes.empty() );
+    for ( const rapidjson::Pointer &mine : muxes ) {
+        for ( const rapidjson::Pointer &other : muxes ) {
+            Draft draft( texts );
+            rapidjson::Document &topology = draft.document( 0 );
+            const unsigned did = ( *other.Get( topology ) )["did"].GetUint();
+            rapidjson::Value &changed = ( *mine.Get( topology ) )["did"];
+            const unsigned before = changed.GetUint();
+            if ( did == before ) {
+                continue;
+            }
+            changed.SetUint( did );
+            compare( draft.texts(),
+                     "mux " + std::to_string( before ) + " as " + std::to_string( did ) );
+        }
     }
     expectFewRefusalsInVain();
 }
@@ -194,7 +247,7 @@ TEST_F( PromiseTest, HoldsForRandomChanges ) {
     };
     for ( size_t set = 0; set < count; ++set ) {
         // The first board has all drivers and is small.
-        const size_t board = upTo( 15 ) == 0 ? upTo( originals.size() - 1 ) : 0;
+        const size_t board = upTo( 3 ) == 0 ? upTo( originals.size() - 1 ) : 0;
         Draft draft( originals[board] );
         std::string what = boards[board];
         const size_t changes = 1 + std::min( upTo( 3 ), upTo( 3 ) );

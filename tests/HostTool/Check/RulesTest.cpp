@@ -100,11 +100,12 @@ class CheckMuxTest : public CheckTest {
                        const std::string &front = {} ) {
         busWith( chip + front, R"(, "muxes": [ { "did": 9, "busses": [
             { "id": )" + channel + R"(, "devices": [ { "did": 1 } ] } ] } ])" );
-        devices( R"([ { "class": "temp_sensor", "name": "s", "arguments": {
-            "driver": "LM75", "did": 1, "address": { "address": 72 } },
-            "thresholds": { "alert": 1, "critical": 2 } } ])" );
+        devices( sensor );
     }
 
+    const std::string sensor = R"([ { "class": "temp_sensor", "name": "s", "arguments": {
+        "driver": "LM75", "did": 1, "address": { "address": 72 } },
+        "thresholds": { "alert": 1, "critical": 2 } } ])";
     const std::string good = R"({ "did": 9, "driver": "PCA9548", "address": { "address": 112 } })";
 };
 
@@ -132,6 +133,38 @@ TEST_F( CheckMuxTest, ItsChipHasAnAccessMethod ) {
     sensorBehind(
         R"({ "did": 9, "driver": "PCA9548", "provideHam": 0, "address": { "address": 112 } })" );
     EXPECT_THAT( rules(), Contains( "without-access" ) );
+}
+
+TEST_F( CheckMuxTest, ItsChipIsOnTheWiresThatItSplits ) {
+    topology( R"([
+        { "type": "I2C", "ham": "KavraSmbus", "id": 2, "muxes": [ { "did": 9, "busses": [
+            { "id": 1, "devices": [ { "did": 1 } ] } ] } ] },
+        { "type": "I2C", "ham": "KavraSmbus", "id": 3, "devices": [ )" +
+              good + " ] } ]" );
+    devices( sensor );
+    EXPECT_THAT( rulesAndPlaces(), ElementsAre( "topology.json:2:76 mux-elsewhere" ) );
+}
+
+TEST_F( CheckMuxTest, ItsControlByteGoesToTheWiresOfItsChip ) {
+    sensorBehind(
+        R"({ "did": 9, "driver": "PCA9548", "address": { "address": 112, "accel": 1 } })" );
+    emulation( R"({ "busses": [
+        { "master": "I2C", "bus": 2, "chips": [
+            { "name": "mux", "type": "PCA9548", "address": 112, "channels": [
+                { "channel": 0, "chips": [
+                    { "name": "sensor", "type": "LM75", "address": 72 } ] } ] } ] },
+        { "master": "I2C", "accelerator": 1, "bus": 2, "chips": [
+            { "name": "other", "type": "PCA9548", "address": 112, "channels": [] } ] } ] })" );
+    EXPECT_THAT( rules(), ElementsAre( "chip-absent", "unused-chip", "unused-chip" ) );
+    EXPECT_THAT( report(), HasSubstr( "'s': no chip answers at 0x48" ) );
+}
+
+TEST_F( CheckMuxTest, ItsChipMayBeInFrontOfAnotherMux ) {
+    const std::string outer = R"({ "did": 8, "driver": "PCA9548", "address": { "address": 113 } })";
+    busWith( good + ", " + outer, R"(, "muxes": [ { "did": 8, "busses": [ { "id": 1, "muxes": [
+        { "did": 9, "busses": [ { "id": 1, "devices": [ { "did": 1 } ] } ] } ] } ] } ])" );
+    devices( sensor );
+    EXPECT_THAT( rules(), IsEmpty() );
 }
 
 TEST_F( CheckMuxTest, AChannelIsAControlByte ) {
@@ -164,6 +197,14 @@ TEST_F( CheckTest, NumbersOfAnAddressFitTheirFields ) {
     arguments( R"({ "driver": "Dummy", "did": 1, "provideHam": 0,
         "address": { "address": 200, "addrSize": 4, "busTimeout": 7 } })" );
     EXPECT_THAT( rules(), ElementsAre( "address-range", "address-range", "address-size" ) );
+}
+
+TEST_F( CheckTest, KeysOfAnAddressAreThoseThatAreRead ) {
+    arguments( R"({ "driver": "Dummy", "did": 1, "address": { "address": 72, "addrSiez": 2,
+        "addrSize": 1, "accel": 0, "busTimeout": 0, "writeDelay": 0, "readDelay": 0,
+        "extraDelay": 0, "writeNoStopReadCurrent": false } })" );
+    EXPECT_THAT( rulesAndPlaces(), ElementsAre( "arguments.json:1:60 address-unread" ) );
+    EXPECT_THAT( report(), HasSubstr( "did you mean 'addrSize'?" ) );
 }
 
 TEST_F( CheckTest, WhatEntriesNameExists ) {
@@ -212,6 +253,40 @@ TEST_F( CheckTest, AccessMethodsAreNeeded ) {
     EXPECT_THAT( rules(), ElementsAre( "reads-without-access", "without-access" ) );
 }
 
+TEST_F( CheckTest, ALineIsReadThroughAnAccessMethod ) {
+    busWith( R"({ "did": 1 }, { "did": 2 })" );
+    devices( R"([
+        { "class": "gpio", "name": "dummy", "arguments": {
+            "driver": "Dummy", "did": 1, "provideHam": 0, "address": { "address": 0 },
+            "driverArgs": { "register": 0, "bitpos": 0 } } },
+        { "class": "gpio", "name": "tool", "arguments": {
+            "driver": "PsuSlot", "did": 2, "provideHam": 0, "address": { "address": 0 },
+            "driverArgs": { "register": 0, "bitpos": 0,
+                            "identificationType": "ipmitool", "ipmiId": 1 } } } ])" );
+    EXPECT_THAT( rules(), ElementsAre( "reads-without-access", "reads-without-access" ) );
+}
+
+TEST_F( CheckTest, ACarrierOfLinesHasAnAccessMethod ) {
+    busWith( R"({ "did": 1 }, { "did": 2, "label": "lines", "driver": null, "provideHam": 0,
+                                "address": { "address": 64 } })" );
+    devices( R"([ { "class": "psu", "name": "p", "arguments": {
+        "driver": "Pmbus", "did": 1, "address": { "address": 88 },
+        "driverArgs": { "gpioDevice": "lines", "powerOkReg": 8, "powerOkBit": 3 } } } ])" );
+    EXPECT_THAT( rules(), ElementsAre( "reads-without-access" ) );
+}
+
+TEST_F( CheckTest, ASlotThatAsksItsSupplyHasAnAccessMethodWhoeverAsksFirst ) {
+    busWith( R"({ "did": 1 })" );
+    const auto slot = []( const std::string &name, const std::string &type ) {
+        return R"({ "class": "slot", "name": ")" + name + R"(", "arguments": {
+            "driver": "PsuSlot", "did": 1, "provideHam": 0, "address": { "address": 0 },
+            "driverArgs": { "psuId": 1, "ipmiId": 1, "identificationType": ")" +
+               type + "\" } } }";
+    };
+    devices( "[" + slot( "a", "ipmitool" ) + "," + slot( "b", "pmbus" ) + "]" );
+    EXPECT_THAT( rules(), Contains( "reads-without-access" ).Times( 1 ) );
+}
+
 TEST_F( CheckTest, WhatNothingUsesIsAWarning ) {
     busWith( R"({ "did": 1 })", R"(, "muxes": [ { "did": 9 } ])" );
     devices( "[]" );
@@ -224,6 +299,14 @@ TEST_F( CheckTest, TheChipIsOnTheEmulatedBoard ) {
     emulation( R"({ "busses": [ { "master": "I2C", "bus": 2, "chips": [
         { "name": "a", "type": "LM75", "address": "0x49" } ] } ] })" );
     EXPECT_THAT( rules(), ElementsAre( "chip-absent", "unused-chip" ) );
+}
+
+TEST_F( CheckTest, AnAddressThatIsNoNumberIsToldOnce ) {
+    busWith( R"({ "did": 1 })" );
+    devices( R"([ { "class": "psu", "name": "p", "arguments": {
+        "driver": "Pmbus", "did": 1, "address": { "address": "0x48" } } } ])" );
+    emulation( R"({ "busses": [] })" );
+    EXPECT_THAT( rules(), ElementsAre( "wrong-type" ) );
 }
 
 TEST_F( CheckTest, TheChipIsOfTheRightTypeAndThere ) {
