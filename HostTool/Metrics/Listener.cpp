@@ -108,7 +108,8 @@ void Listener::listenOnTcp( const std::string &where ) {
     }
     const std::optional<Address> address = loopback( host, *port );
     if ( !address ) {
-        fail( "only 127.0.0.1, [::1], in numbers, or a Unix socket: there is no encryption and no password; put "
+        fail( "only 127.0.0.1, [::1], in numbers, or a Unix socket: there is no encryption and no "
+              "password; put "
               "a proxy that has both in front for readers elsewhere" );
     }
     fd_ = socket( address->storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0 );

@@ -169,6 +169,7 @@ TEST_P( FormatPagesTest, PageHasEveryKeyOfTheFormatsTables ) {
 
 INSTANTIATE_TEST_SUITE_P( Formats, FormatPagesTest, testing::Values( "emulation", "i2c-map" ) );
 INSTANTIATE_TEST_SUITE_P( Formats, SchemaPagesTest,
-                          testing::Values( "device-arguments", "devices", "snapshot", "topology" ) );
+                          testing::Values( "device-arguments", "devices", "snapshot",
+                                           "topology" ) );
 
 } // namespace
