@@ -158,10 +158,12 @@ void refuseForeign( const Given &given, const std::string &command ) {
         }
         std::string names = takers.front();
         for ( size_t i = 1; i < takers.size(); ++i ) {
-            names += ( i + 1 == takers.size() ? " and " : ", " ) + takers[i];
+            names.append( i + 1 == takers.size() ? " and " : ", " ).append( takers[i] );
         }
-        throw Failure( ExitCode::badInput, std::string( row->name ) + " goes with kavractl " +
-                                               names + ", not with " + command );
+        std::string text = row->name;
+        text.append( " goes with kavractl " ).append( names );
+        text.append( ", not with " ).append( command );
+        throw Failure( ExitCode::badInput, text );
     }
 }
 

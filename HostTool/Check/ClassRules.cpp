@@ -96,8 +96,9 @@ void checkKeys( const Value &address, const Arguments &arguments, const std::str
         const std::string key( wholeText( each.name ) );
         if ( std::find( known.begin(), known.end(), key ) == known.end() ) {
             const std::string meant = didYouMean( key, known );
-            findings.add( RuleId::addressUnread, *arguments.document, atKeyOf( each.value ),
-                          owner + "an address has no \"" + key + "\"",
+            std::string text = owner;
+            text.append( "an address has no \"" ).append( key ).append( "\"" );
+            findings.add( RuleId::addressUnread, *arguments.document, atKeyOf( each.value ), text,
                           meant.empty() ? "" : meant.substr( 2 ) );
         }
     }

@@ -9,8 +9,8 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -50,12 +50,13 @@ Reading finished( pl_status status, Reading::Value value ) {
 
 // No device reads as one of these. The first is a NaN that no arithmetic gives, the second is no
 // truth value, no speed of a fan and no state of a line.
+constexpr uint32_t untouchedBits = 0x7FC5'A5A5;
 template <class Value>
-constexpr Value untouched = std::bit_cast<Value>( 0x7FC5'A5A5 );
+constexpr Value untouched = std::bit_cast<Value>( untouchedBits );
 
 template <class Value>
-bool isUntouched( const Value &value ) {
-    return memcmp( &value, &untouched<Value>, sizeof value ) == 0;
+bool isUntouched( Value value ) {
+    return std::bit_cast<uint32_t>( value ) == untouchedBits;
 }
 
 /// Calls a slot that reads one value of type Value and keeps it as a value of type Shown.

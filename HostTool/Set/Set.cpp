@@ -224,6 +224,7 @@ void prepare( Request &request, const Device &device, std::vector<Device> &devic
     if ( request.entry->deviceClass == DeviceClass::xcvr ) {
         readDevices( devices );
         std::vector<const Device *> cages;
+        cages.reserve( devices.size() );
         for ( const Device &each : devices ) {
             cages.push_back( &each );
         }

@@ -87,7 +87,7 @@ Table tableFor( const ClassRow &row, bool withDescriptions ) {
         headings.insert( headings.end(), { "ALERT", "CRITICAL" } );
     }
     if ( isPolled( row ) ) {
-        headings.push_back( "AGE" );
+        headings.emplace_back( "AGE" );
     }
     headings.insert( headings.end(), { "STATE", "REASON" } );
     return Table( headings );

@@ -30,13 +30,10 @@ std::string inLines( const std::string &compact ) {
             continue;
         }
         inText = c == '"';
-        if ( c == ':' ) {
-            text += ' ';
-        } else if ( c == '{' && ++depth <= deepestInLines && compact[i + 1] != '}' ) {
+        const bool opens = c == '{' && ++depth <= deepestInLines && compact[i + 1] != '}';
+        if ( opens || ( c == ',' && depth <= deepestInLines ) ) {
             newLine();
-        } else if ( c == ',' && depth <= deepestInLines ) {
-            newLine();
-        } else if ( c == ',' ) {
+        } else if ( c == ':' || c == ',' ) {
             text += ' ';
         }
     }
