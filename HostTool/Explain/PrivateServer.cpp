@@ -2,6 +2,7 @@
 
 #include "HostTool/Failure.h"
 #include "HostTool/Host/AbortNote.h"
+#include "HostTool/Host/HostServices.h"
 
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -56,12 +57,7 @@ void endBySignal( int number ) {
     raise( number );
 }
 
-// A signal that this program was started to ignore stays ignored, as nohup has it.
-bool isIgnored( int number ) {
-    struct sigaction action = {};
-    return sigaction( number, nullptr, &action ) == 0 && action.sa_handler == SIG_IGN;
-}
-
+// A signal that this program was started to ignore stays ignored.
 void watchEndings( bool watched ) {
     AbortNote::prelude( watched ? cleanUp : nullptr );
     for ( const int number : endings ) {

@@ -9,39 +9,17 @@
 
 #include <systemd/sd-event.h>
 
-#include <charconv>
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <functional>
-#include <optional>
 #include <set>
-#include <string_view>
 #include <unistd.h>
 
 namespace HostTool::Explain {
 
 namespace {
-
-// The library's own words when a device begins to poll, behind them milliseconds.
-constexpr std::string_view pollTrace = "setting polling interval to ";
-
-/// The period of the timer that the library armed just now, if it did.
-std::optional<unsigned> newPollPeriod() {
-    for ( const std::string_view line : HostServices::get().lines() ) {
-        if ( !line.starts_with( pollTrace ) ) {
-            continue;
-        }
-        unsigned period = 0;
-        if ( std::from_chars( line.data() + pollTrace.size(), line.data() + line.size(), period )
-                 .ec == std::errc() ) {
-            return period;
-        }
-    }
-    return std::nullopt;
-}
 
 class Runner {
   public:
@@ -103,8 +81,9 @@ class Runner {
             subject.device.refusal = addTo( subject );
             return subject.device.refusal;
         } );
-        if ( const std::optional<unsigned> period = newPollPeriod() ) {
-            pollers_.push_back( { subjects_.size() - 1, *period } );
+        const std::vector<int> periods = HostServices::get().pollPeriods();
+        if ( periods.size() > pollers_.size() ) {
+            pollers_.push_back( { subjects_.size() - 1, static_cast<unsigned>( periods.back() ) } );
         }
     }
 
@@ -198,11 +177,7 @@ class Runner {
     /// Runs the event loop until one timer has fired, or for a while.
     static void runOneTimer() {
         constexpr uint64_t microseconds = 100'000;
-        const int result = sd_event_run( HostServices::get().loop(), microseconds );
-        if ( result < 0 ) {
-            throw Failure( ExitCode::boardTrouble,
-                           std::string( "the event loop failed: " ) + strerror( -result ) );
-        }
+        checkLoop( sd_event_run( HostServices::get().loop(), microseconds ) );
     }
 
     std::vector<DeviceSteps> finished() {

@@ -37,11 +37,6 @@ constexpr const char *pollTrace = "setting polling interval to %ums";
 constexpr int blinkLevel = 4;
 constexpr const char *blinkTrace = "%s() led blink timer hit notifying %zu leds";
 
-bool isIgnored( int number ) {
-    struct sigaction action = {};
-    return sigaction( number, nullptr, &action ) == 0 && action.sa_handler == SIG_IGN;
-}
-
 int leaveLoop( sd_event_source *, uint64_t, void *userdata ) {
     *static_cast<bool *>( userdata ) = true;
     return 0;
@@ -50,11 +45,6 @@ int leaveLoop( sd_event_source *, uint64_t, void *userdata ) {
 int leaveLoopBySignal( sd_event_source *, const signalfd_siginfo *, void *userdata ) {
     *static_cast<bool *>( userdata ) = true;
     return 0;
-}
-
-[[noreturn]] void loopFailed( int result ) {
-    throw Failure( ExitCode::boardTrouble,
-                   std::string( "the event loop failed: " ) + strerror( -result ) );
 }
 
 } // namespace
@@ -102,9 +92,7 @@ void HostServices::runFor( int milliseconds ) {
         result = sd_event_run( loop_, UINT64_MAX );
     }
     sd_event_source_unref( end );
-    if ( result < 0 ) {
-        loopFailed( result );
-    }
+    checkLoop( result );
 }
 
 void HostServices::runUntilInterrupted( std::optional<int> seconds ) {
@@ -130,9 +118,7 @@ void HostServices::runUntilInterrupted( std::optional<int> seconds ) {
     for ( sd_event_source *end : ends ) {
         sd_event_source_unref( end );
     }
-    if ( result < 0 ) {
-        loopFailed( result );
-    }
+    checkLoop( result );
 }
 
 void HostServices::timersAreHeld( bool held ) {
@@ -152,10 +138,19 @@ void HostServices::forget( const pl_timer *timer ) {
     std::erase_if( pollers_, [=]( const Poller &each ) { return each.timer == timer; } );
 }
 
-void HostServices::isArmed( pl_timer *timer ) {
+void HostServices::isArmed( pl_timer *timer, int period ) {
     if ( std::exchange( armsPoller_, false ) ) {
-        pollers_.push_back( { timer, std::nullopt } );
+        pollers_.push_back( { timer, period, std::nullopt } );
     }
+}
+
+std::vector<int> HostServices::pollPeriods() const {
+    std::vector<int> periods;
+    periods.reserve( pollers_.size() );
+    for ( const Poller &each : pollers_ ) {
+        periods.push_back( each.period );
+    }
+    return periods;
 }
 
 void HostServices::hasFired( const pl_timer *timer ) {
@@ -181,6 +176,18 @@ void HostServices::hear( int level, const char *format ) {
     if ( level == blinkLevel && strcmp( format, blinkTrace ) == 0 ) {
         ++blinks_;
     }
+}
+
+void checkLoop( int result ) {
+    if ( result < 0 ) {
+        throw Failure( ExitCode::boardTrouble,
+                       std::string( "the event loop failed: " ) + strerror( -result ) );
+    }
+}
+
+bool isIgnored( int number ) {
+    struct sigaction action = {};
+    return sigaction( number, nullptr, &action ) == 0 && action.sa_handler == SIG_IGN;
 }
 
 std::vector<int> interruptions() {
@@ -260,7 +267,7 @@ extern "C" int pl_timer_set( pl_timer *timer, int period ) {
     if ( period < 0 ) {
         return -1;
     }
-    HostServices::get().isArmed( timer );
+    HostServices::get().isArmed( timer, period );
     const uint64_t delay = static_cast<uint64_t>( period ) * microsecondsPerMillisecond;
     if ( sd_event_source_set_time_relative( timer->source, delay ) < 0 ) {
         return -1;

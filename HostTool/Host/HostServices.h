@@ -52,7 +52,10 @@ class HostServices {
     /// What is answered from a poll is as old as this: the latest poll of the timer that has waited
     /// longest. Nothing until each of them has polled.
     std::optional<std::chrono::steady_clock::time_point> lastPoll() const;
-    void isArmed( pl_timer *timer );
+    /// Milliseconds between two polls, of each timer that the library polls from, in the order in
+    /// which it armed them first.
+    std::vector<int> pollPeriods() const;
+    void isArmed( pl_timer *timer, int period );
     void hasFired( const pl_timer *timer );
 
     /// Notes a trace that a host can learn from.
@@ -71,6 +74,7 @@ class HostServices {
     std::vector<pl_timer *> deferred_;
     struct Poller {
         pl_timer *timer;
+        int period; ///< in milliseconds
         std::optional<std::chrono::steady_clock::time_point> polledAt;
     };
     bool armsPoller_ = false; ///< the timer that is armed next is one to poll from
@@ -78,8 +82,13 @@ class HostServices {
     unsigned blinks_ = 0;
 };
 
-/// The signals that end a command that goes on: SIGINT, SIGTERM and SIGHUP, but for those that the
-/// process was started to ignore, as nohup does it.
+/// @throw Failure when a call of the event loop failed.
+void checkLoop( int result );
+
+/// True for a signal that the process was started to ignore, as nohup does it.
+bool isIgnored( int number );
+/// The signals that end a command that goes on: SIGINT, SIGTERM and SIGHUP, but for those that are
+/// ignored.
 std::vector<int> interruptions();
 
 /// Text from outside with everything but printable ASCII replaced, so that it can neither disturb a

@@ -1,6 +1,5 @@
 #include "HostTool/Metrics/Run.h"
 
-#include "HostTool/Failure.h"
 #include "HostTool/Host/HostServices.h"
 
 #include <systemd/sd-event.h>
@@ -9,7 +8,6 @@
 
 #include <csignal>
 #include <cstdint>
-#include <cstring>
 
 namespace HostTool::Metrics {
 
@@ -28,13 +26,6 @@ int stopByTime( sd_event_source *, uint64_t, void *run ) {
 }
 
 } // namespace
-
-void checkLoop( int result ) {
-    if ( result < 0 ) {
-        throw Failure( ExitCode::boardTrouble,
-                       std::string( "the event loop failed: " ) + strerror( -result ) );
-    }
-}
 
 Run::~Run() {
     for ( sd_event_source *source : sources_ ) {

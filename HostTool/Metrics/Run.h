@@ -31,7 +31,4 @@ class Run {
     std::vector<sd_event_source *> sources_;
 };
 
-/// @throw Failure when a call of the event loop failed.
-void checkLoop( int result );
-
 } // namespace HostTool::Metrics

@@ -5,8 +5,6 @@
 
 #include <systemd/sd-event.h>
 
-#include <cstring>
-
 namespace HostTool::Watch {
 
 namespace {
@@ -169,10 +167,7 @@ void Session::run() {
         display_.refresh( model_ );
     }
     endBeacons();
-    if ( error_ != 0 ) {
-        throw Failure( ExitCode::boardTrouble,
-                       std::string( "the event loop failed: " ) + strerror( error_ ) );
-    }
+    checkLoop( -error_ );
 }
 
 } // namespace HostTool::Watch

@@ -281,6 +281,14 @@ TEST_F( HostServicesTest, PollIsRememberedWhenItHasHappened ) {
     EXPECT_GE( *host().lastPoll(), before );
 }
 
+TEST_F( HostServicesTest, PeriodsOfPollersStandAsTheyWereArmedFirst ) {
+    EXPECT_TRUE( host().pollPeriods().empty() );
+    const Poller slow( 60000 );
+    const Poller quick( 2 );
+    pl_timer_set( quick.timer, 7 ); // no first time
+    EXPECT_EQ( ( std::vector<int>{ 60000, 2 } ), host().pollPeriods() );
+}
+
 TEST_F( HostServicesTest, PollerThatHasNotPolledCountsFirst ) {
     const Poller quick( 1 );
     {
