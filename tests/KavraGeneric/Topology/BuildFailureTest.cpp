@@ -1,4 +1,5 @@
 // A program of its own, because it stands in for the tree builder: the library calls the one below.
+#include "KavraGeneric/Library.h"
 #include "KavraGeneric/Topology/Loader.h"
 #include "KavraGeneric/Topology/Topology.h"
 #include "tests/support/LibraryFixture.h"
@@ -67,4 +68,13 @@ TEST_F( BuildFailureTest, OldTreeGoesBeforeTheNewOneIsBuilt ) {
     builtOverAnOldTree = true;
     EXPECT_EQ( 0, Topology::loadTopology( "[ ]" ) );
     EXPECT_FALSE( builtOverAnOldTree );
+}
+
+TEST_F( BuildFailureTest, InitialisationPassesTheFailureOnAndKeepsTheSocket ) {
+    _plSock = new PlatformLibrary::PLSocket;
+    buildNothing = true;
+    EXPECT_EQ( 6, pl_fan_init( "[ ]" ) );
+    EXPECT_NE( nullptr, _plSock );
+    buildNothing = false;
+    EXPECT_EQ( 0, pl_fan_init( "[ ]" ) );
 }

@@ -1,4 +1,6 @@
 // What the lamps of both LED CPLDs have in common: settings from every state, blinking, traces.
+#include "KavraGeneric/Components/Led.h"
+#include "tests/KavraGeneric/Components/Layout.h"
 #include "tests/KavraGeneric/Drivers/Vunda/LedFixture.h"
 
 namespace {
@@ -91,6 +93,15 @@ TEST_P( VundaLedTest, BeaconTwiceRegistersOnceAndTouchesNothing ) {
     EXPECT_EQ( PL_STATUS_OK, set( PL_LED_BEACON ) );
     EXPECT_EQ( Strings{}, batches() );
     EXPECT_EQ( 1U, blinking() );
+}
+
+TEST_P( VundaLedTest, SettingTakesEveryEntryOfTheLampOut ) {
+    using Component::LogicalDevice::Led;
+    set( PL_LED_BEACON );
+    Led::notifyOnBlink( Layout::wordAt<Led *>( led, 16 ) );
+    ASSERT_EQ( 2U, blinking() );
+    set( PL_LED_OFF );
+    EXPECT_EQ( 0U, blinking() );
 }
 
 TEST_P( VundaLedTest, LampBlinksAgainAfterAnyOtherSetting ) {
