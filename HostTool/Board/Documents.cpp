@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <set>
+#include <string_view>
+#include <unordered_map>
 
 namespace HostTool {
 
@@ -40,14 +42,13 @@ std::string findBoardFolder( const std::string &askedFor ) {
 }
 
 static void refuseDoubles( const std::vector<Entry> &entries ) {
-    for ( auto later = entries.begin(); later != entries.end(); ++later ) {
-        const auto first = std::find_if( entries.begin(), later, [&]( const Entry &entry ) {
-            return entry.name == later->name;
-        } );
-        if ( first != later ) {
-            throw Failure( ExitCode::badInput, later->place + ": '" + later->name +
+    std::unordered_map<std::string_view, const Entry *> taken;
+    for ( const Entry &entry : entries ) {
+        const auto [first, isNew] = taken.emplace( entry.name, &entry );
+        if ( !isNew ) {
+            throw Failure( ExitCode::badInput, entry.place + ": '" + entry.name +
                                                    "': \"name\" is taken by the entry at " +
-                                                   first->place );
+                                                   first->second->place );
         }
     }
 }

@@ -3,6 +3,7 @@
 #include "HostTool/Board/JsonFile.h"
 
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,6 +40,10 @@ struct Thresholds {
     float critical;
 };
 
+/// A driver's own arguments by name; a whole number is here as a text, values of other types are
+/// left out.
+using Settings = std::map<std::string, std::string>;
+
 /// One entry of devices.json.
 struct Entry {
     DeviceClass deviceClass;
@@ -53,6 +58,7 @@ struct Entry {
 
     std::optional<Thresholds> thresholds; ///< of every temp_sensor and of nothing else
 
+    Settings settings;           ///< "driverArgs" of the arguments
     std::string driver;          ///< as the arguments name it; empty when they do not
     std::optional<unsigned> did; ///< as the arguments name it
 };

@@ -1,29 +1,12 @@
 #include "HostTool/Board/EntryArguments.h"
 
-#include <rapidjson/document.h>
-
 #include <charconv>
 
 namespace HostTool {
 
 std::optional<std::string> driverArgument( const Entry &entry, const std::string &key ) {
-    rapidjson::Document document;
-    document.Parse( entry.arguments.c_str() );
-    if ( document.HasParseError() || !document.IsObject() ) {
-        return std::nullopt;
-    }
-    if ( !document.HasMember( "driverArgs" ) || !document["driverArgs"].IsObject() ) {
-        return std::nullopt;
-    }
-    const rapidjson::Value &settings = document["driverArgs"];
-    if ( !settings.HasMember( key.c_str() ) ) {
-        return std::nullopt;
-    }
-    const rapidjson::Value &value = settings[key.c_str()];
-    if ( value.IsInt() ) {
-        return std::to_string( value.GetInt() );
-    }
-    return value.IsString() ? std::optional<std::string>( value.GetString() ) : std::nullopt;
+    const auto setting = entry.settings.find( key );
+    return setting == entry.settings.end() ? std::nullopt : std::optional( setting->second );
 }
 
 std::optional<int> driverNumber( const Entry &entry, const std::string &key ) {

@@ -170,6 +170,7 @@ void EntryParser::parseArguments() {
                 std::string( "\"arguments\" must be an object, not " ) + typeOf( *arguments ) );
     }
     entry_.arguments = compact( *arguments );
+    entry_.settings = settingsIn( *arguments );
     if ( const auto driver = arguments->FindMember( "driver" );
          driver != arguments->MemberEnd() && driver->value.IsString() ) {
         entry_.driver = driver->value.GetString();
@@ -251,6 +252,22 @@ const Value &entriesOf( const JsonFile &file ) {
 }
 
 } // namespace
+
+Settings settingsIn( const Value &arguments ) {
+    Settings settings;
+    const auto driverArgs = arguments.FindMember( "driverArgs" );
+    if ( driverArgs == arguments.MemberEnd() || !driverArgs->value.IsObject() ) {
+        return settings;
+    }
+    for ( const auto &member : driverArgs->value.GetObject() ) {
+        if ( member.value.IsInt() ) {
+            settings.emplace( member.name.GetString(), std::to_string( member.value.GetInt() ) );
+        } else if ( member.value.IsString() ) {
+            settings.emplace( member.name.GetString(), member.value.GetString() );
+        }
+    }
+    return settings;
+}
 
 std::vector<Entry> parseEntries( const JsonFile &file ) {
     std::vector<Entry> entries;

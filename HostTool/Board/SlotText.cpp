@@ -1,7 +1,5 @@
 #include "HostTool/Board/SlotText.h"
 
-#include <rapidjson/document.h>
-
 #include <string_view>
 
 namespace HostTool {
@@ -43,12 +41,6 @@ std::optional<std::string> serialIn( std::string_view description, std::string_v
     return filled( text, serial ) == description ? std::optional( serial ) : std::nullopt;
 }
 
-const char *textMember( const rapidjson::Value &object, const std::string &key ) {
-    const auto member = object.FindMember( key.c_str() );
-    const bool isText = member != object.MemberEnd() && member->value.IsString();
-    return isText ? member->value.GetString() : nullptr;
-}
-
 /// The text in quotes behind a name.
 std::optional<std::string> quotedBehind( std::string_view description, std::string_view name ) {
     const size_t at = description.find( name );
@@ -75,26 +67,15 @@ std::optional<PartIdentity> trayIn( std::string_view description ) {
 
 } // namespace
 
-std::optional<PartIdentity> identityIn( const std::string &description,
-                                        const std::string &arguments ) {
-    if ( arguments.find( templateKey ) == std::string::npos ) {
-        return trayIn( description ); // its arguments need not be parsed
-    }
-    rapidjson::Document document;
-    document.Parse( arguments.c_str() );
-    if ( !document.IsObject() || !document.HasMember( "driverArgs" ) ||
-         !document["driverArgs"].IsObject() ) {
-        return std::nullopt;
-    }
-    const rapidjson::Value &settings = document["driverArgs"];
+std::optional<PartIdentity> identityIn( const std::string &description, const Settings &settings ) {
     for ( int number = 1;; ++number ) {
-        const char *model = textMember( settings, "model_" + std::to_string( number ) );
-        const char *text = textMember( settings, templateKey + std::to_string( number ) );
-        if ( model == nullptr || text == nullptr ) {
-            return std::nullopt;
+        const auto text = settings.find( templateKey + std::to_string( number ) );
+        const auto model = settings.find( "model_" + std::to_string( number ) );
+        if ( text == settings.end() || model == settings.end() ) {
+            return number == 1 ? trayIn( description ) : std::nullopt;
         }
-        if ( const std::optional<std::string> serial = serialIn( description, text ) ) {
-            return PartIdentity{ model, *serial };
+        if ( const std::optional<std::string> serial = serialIn( description, text->second ) ) {
+            return PartIdentity{ model->second, *serial };
         }
     }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "HostTool/Board/Documents.h"
+
 #include <optional>
 #include <string>
 
@@ -13,10 +15,9 @@ struct PartIdentity {
 /// What a slot's description text says of the part. A fan tray's text names its model. A supply's
 /// is told by the templates that the slot was added with: the library fills the template of the
 /// part's model with its serial number.
-/// @param arguments the slot's device arguments, with "model_N" and "psuFdl_N" among the driver's
+/// @param settings the slot's own, with "model_N" and "psuFdl_N"
 /// @return nothing for a text that names no model and that no template makes; the first of several
 ///         that do.
-std::optional<PartIdentity> identityIn( const std::string &description,
-                                        const std::string &arguments );
+std::optional<PartIdentity> identityIn( const std::string &description, const Settings &settings );
 
 } // namespace HostTool

@@ -33,8 +33,7 @@ constexpr size_t causeSize = 100 + 1;
 constexpr size_t detailSize = 500 + 1;
 
 Reading unsupported() {
-    HostServices::get().forgetLines();
-    return Reading::failed( PL_STATUS_NOT_SUPPORTED );
+    return { {}, PL_STATUS_NOT_SUPPORTED, meaningOf( PL_STATUS_NOT_SUPPORTED ) };
 }
 
 Reading finished( pl_status status, Reading::Value value ) {
@@ -76,12 +75,12 @@ Reading call( const Ops *ops, pl_status ( *Ops::*slot )( Record *, Value * ), Re
 
 /// A text that the library allocated.
 Reading finishedText( pl_status status, char *text ) {
-    const std::string copy = text ? printable( text, true ) : "";
+    std::string copy = text ? printable( text, true ) : "";
     free( text );
     if ( status == PL_STATUS_OK && copy.empty() ) {
-        return { {}, PL_STATUS_NOT_SUPPORTED, meaningOf( PL_STATUS_NOT_SUPPORTED ) };
+        return unsupported();
     }
-    return finished( status, copy );
+    return finished( status, std::move( copy ) );
 }
 
 Readings readTempSensor( void *record, const Entry & ) {
@@ -94,6 +93,7 @@ Readings readFan( void *record, const Entry & ) {
     Reading debug = unsupported();
     if ( provides( fan->ops, &pl_fan_ops::debugInfo ) ) {
         char *text = nullptr;
+        HostServices::get().forgetLines();
         const pl_status status = fan->ops->debugInfo( fan, &text );
         debug = finishedText( status, text );
     }
@@ -117,7 +117,7 @@ std::array<Reading, 2> identityReadings( pl_status status, const char *text, con
     if ( status != PL_STATUS_OK ) {
         return { Reading::failed( status ), Reading::failed( status ) };
     }
-    const auto identity = identityIn( text ? text : "", entry.arguments );
+    const auto identity = identityIn( text ? text : "", entry.settings );
     if ( !identity ) {
         const Reading none = {
             {},

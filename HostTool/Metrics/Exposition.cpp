@@ -212,7 +212,9 @@ class DeviceSamples {
 Exposition::Exposition( const Origin &origin )
     : buildLine_( lineStart( familyName( Own::build ), { { "version", origin.version },
                                                          { "library", origin.library },
-                                                         { "board", origin.board } } ) ) {
+                                                         { "board", origin.board } } ) ),
+      serverLine_( lineStart( familyName( Own::serverUp ), {} ) ),
+      durationLine_( lineStart( familyName( Own::scrapeDuration ), {} ) ) {
     for ( const OwnFamily &each : ownFamilies() ) {
         heads_.push_back( headOf( each.name, each.help ) );
     }
@@ -256,10 +258,8 @@ std::string Exposition::text( const Scrape &scrape, const std::vector<Device> &d
     const auto addOwn = [&]( Own own, std::string_view start, std::string_view digits ) {
         samples_[static_cast<size_t>( own )].append( start ).append( digits ).push_back( '\n' );
     };
-    addOwn( Own::serverUp, lineStart( familyName( Own::serverUp ), {} ),
-            scrape.hasServer ? "1" : "0" );
-    addOwn( Own::scrapeDuration, lineStart( familyName( Own::scrapeDuration ), {} ),
-            Digits( scrape.took.count() ).text() );
+    addOwn( Own::serverUp, serverLine_, scrape.hasServer ? "1" : "0" );
+    addOwn( Own::scrapeDuration, durationLine_, Digits( scrape.took.count() ).text() );
     addOwn( Own::build, buildLine_, "1" );
     if ( scrape.hasServer ) {
         kept_.resize( devices.size() );
@@ -267,7 +267,12 @@ std::string Exposition::text( const Scrape &scrape, const std::vector<Device> &d
             add( devices[i], kept_[i], scrape.endedAt );
         }
     }
+    size_t size = 0;
+    for ( size_t family = 0; family < heads_.size(); ++family ) {
+        size += heads_[family].size() + samples_[family].size();
+    }
     std::string all;
+    all.reserve( size );
     for ( size_t family = 0; family < heads_.size(); ++family ) {
         if ( !samples_[family].empty() ) {
             all.append( heads_[family] ).append( samples_[family] );

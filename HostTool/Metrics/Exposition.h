@@ -47,7 +47,10 @@ class Exposition {
     std::vector<std::string> heads_;   ///< of each family
     std::vector<std::string> samples_; ///< of each family, in this pass
     std::vector<Kept> kept_;
+    // The board's own lines, without their values.
     std::string buildLine_;
+    std::string serverLine_;
+    std::string durationLine_;
 };
 
 } // namespace HostTool::Metrics

@@ -1,4 +1,5 @@
 #include "HostTool/Board/SlotText.h"
+#include "HostTool/Board/EntryParser.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +7,9 @@ using namespace HostTool;
 
 /// "MODEL/SERIAL", or "nothing".
 static std::string identity( const std::string &description, const std::string &settings ) {
-    const auto found = identityIn( description, "{\"driverArgs\":{" + settings + "}}" );
+    rapidjson::Document arguments;
+    arguments.Parse( ( "{\"driverArgs\":{" + settings + "}}" ).c_str() );
+    const auto found = identityIn( description, settingsIn( arguments ) );
     return found ? found->model + "/" + found->serial.value_or( "none" ) : "nothing";
 }
 
@@ -40,7 +43,7 @@ TEST( SlotTextTest, TemplateWithoutAPlaceIsNeverFilled ) {
 TEST( SlotTextTest, ModelsAreNumberedWithoutGaps ) {
     EXPECT_EQ( "nothing", identity( "-x", R"("model_2":"B","psuFdl_2":"-{serialNum}")" ) );
     EXPECT_EQ( "nothing", identity( "-x", R"("model_1":"B")" ) );
-    EXPECT_EQ( "nothing", identity( "-x", R"("model_1":7,"psuFdl_1":"-{serialNum}")" ) );
+    EXPECT_EQ( "nothing", identity( "-x", R"("model_1":null,"psuFdl_1":"-{serialNum}")" ) );
 }
 
 TEST( SlotTextTest, TrayNamesItsModel ) {
@@ -52,8 +55,11 @@ TEST( SlotTextTest, TrayNamesItsModel ) {
     EXPECT_EQ( "nothing", identity( "fanTray.modelName = 'FAN", fanId ) );
 }
 
-TEST( SlotTextTest, ArgumentsWithoutSettingsTellNothing ) {
-    for ( const char *arguments : { "", "[]", "{}", "{\"driverArgs\":1}" } ) {
-        EXPECT_FALSE( identityIn( "x", arguments ) ) << arguments;
+TEST( SlotTextTest, NoSettingsTellNothing ) {
+    EXPECT_FALSE( identityIn( "x", {} ) );
+    for ( const char *text : { "{}", "{\"driverArgs\":1}" } ) {
+        rapidjson::Document arguments;
+        arguments.Parse( text );
+        EXPECT_TRUE( settingsIn( arguments ).empty() ) << text;
     }
 }

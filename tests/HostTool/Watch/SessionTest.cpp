@@ -47,8 +47,8 @@ class SessionTest : public testing::Test {
         entry.deviceClass = DeviceClass::xcvr;
         entry.name = name;
         entry.did = 1;
-        entry.arguments = R"({"driverArgs":{"getResetReg":)" + std::to_string( readFrom ) +
-                          R"(,"setResetReg":)" + std::to_string( writtenTo ) + "}}";
+        entry.settings = { { "getResetReg", std::to_string( readFrom ) },
+                           { "setResetReg", std::to_string( writtenTo ) } };
         task.board.entries.push_back( entry );
         Device device = {
             &entries.emplace_back( entry ), &rowOf( DeviceClass::xcvr ), &record, "", {}

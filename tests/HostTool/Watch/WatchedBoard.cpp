@@ -1,5 +1,7 @@
 #include "tests/HostTool/Watch/WatchedBoard.h"
 
+#include "HostTool/Board/EntryParser.h"
+
 #include <algorithm>
 
 using namespace HostTool;
@@ -98,6 +100,9 @@ void WatchedBoard::add( const std::string &deviceClass, const std::string &name,
     entry.name = name;
     entry.place = "devices.json:1";
     entry.arguments = R"({"driverArgs":)" + driverArguments + "}";
+    rapidjson::Document arguments;
+    arguments.Parse( entry.arguments.c_str() );
+    entry.settings = settingsIn( arguments );
     entry.driver = "X";
     entry.did = 1;
     if ( entry.deviceClass == DeviceClass::tempSensor ) {
