@@ -1,5 +1,6 @@
 /// What a class makes of the readings of its devices.
 #include "HostTool/Host/Classes.h"
+#include "HostTool/Host/HostServices.h"
 
 #include <gtest/gtest.h>
 
@@ -26,4 +27,15 @@ TEST_F( ClassesTest, SupplyWhosePowerIsNotGoodIsBad ) {
 TEST_F( ClassesTest, SupplyThatDoesNotTellOfItsPowerIsNotBad ) {
     EXPECT_EQ( State::ok, supply( Reading::unread( "the driver answers without reading it" ) ) );
     EXPECT_EQ( State::ok, supply( { {}, PL_STATUS_NOT_SUPPORTED, "not supported" } ) );
+}
+
+TEST_F( ClassesTest, FailureWithoutAWordHasNoWordOfAnotherDevice ) {
+    pl_fan_ops ops = {};
+    ops.size = sizeof( ops );
+    ops.debugInfo = []( const pl_fan *, char ** ) { return pl_status{ PL_STATUS_FAILED }; };
+    pl_fan fan = {};
+    fan.ops = &ops;
+    pl_trace( 0, "%s", "the other device burns" );
+    const std::vector<Reading> readings = rowOf( DeviceClass::fan ).read( &fan, Entry{} );
+    EXPECT_EQ( meaningOf( PL_STATUS_FAILED ), readings.at( 1 ).reason );
 }
