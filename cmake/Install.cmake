@@ -45,9 +45,9 @@ install(FILES ${CMAKE_BINARY_DIR}/install/kavra-smbusd.service packaging/kavra-s
 install(DIRECTORY boards/VundaT DESTINATION ${boards})
 install(DIRECTORY schemas/ DESTINATION ${CMAKE_INSTALL_DATADIR}/kavra/schemas
         FILES_MATCHING PATTERN *.json)
-foreach(page kavractl.1 kavra-device-arguments.5 kavra-devices.5 kavra-emulation.5 kavra-faults.5
-             kavra-i2c-map.5 kavra-recording.5 kavra-snapshot.5 kavra-topology.5 kavra-pl.7
-             kavra-wire.7 kavra-smbusd.8)
+foreach(page kavra-conformance.1 kavractl.1 kavra-device-arguments.5 kavra-devices.5
+             kavra-emulation.5 kavra-faults.5 kavra-i2c-map.5 kavra-recording.5 kavra-snapshot.5
+             kavra-topology.5 kavra-pl.7 kavra-wire.7 kavra-smbusd.8)
     string(REGEX REPLACE ".*\\." man section ${page})
     install(FILES packaging/man/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/${section})
 endforeach()

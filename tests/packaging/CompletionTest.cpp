@@ -44,6 +44,9 @@ class CompletionTest : public testing::Test {
     static Words smbusd( const std::vector<std::string> &words ) {
         return offered( "kavra-smbusd", "_kavra_smbusd", words );
     }
+    static Words conformance( const std::vector<std::string> &words ) {
+        return offered( "kavra-conformance", "_kavra_conformance", words );
+    }
     static Words longOnes( Words options ) {
         std::erase_if( options, []( const std::string &each ) { return each[1] != '-'; } );
         return options;
@@ -85,6 +88,15 @@ TEST_F( CompletionTest, KavractlOffersTheDevicesOfTheBoardBehindAnEqualsSign ) {
 TEST_F( CompletionTest, KavractlOffersOperationsAndClasses ) {
     EXPECT_EQ( ( Words{ "scan", "send" } ), kavractl( { "smbus", "s" } ) );
     EXPECT_EQ( ( Words{ "fan", "gpio", "led", "xcvr" } ), kavractl( { "set", "" } ) );
+}
+
+TEST_F( CompletionTest, ConformanceOffersTheOptionsOfItsHelp ) {
+    EXPECT_EQ( longOnes( optionsIn( helpOf( "kavra-conformance" ) ) ), conformance( { "--" } ) );
+}
+
+TEST_F( CompletionTest, ConformanceOffersItsChecksAndTheirGroups ) {
+    EXPECT_EQ( ( Words{ "assertions", "assertions.topology", "assertions.transceiver" } ),
+               conformance( { "--only", "assert" } ) );
 }
 
 TEST_F( CompletionTest, ServerOffersTheOptionsOfItsHelp ) {

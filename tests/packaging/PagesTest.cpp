@@ -95,6 +95,10 @@ TEST( PagesTest, KavractlHasTheCommandsOfItsHelp ) {
                allOf( page( "kavractl.1" ), "\n\\.It Cm ([a-z]+)" ) );
 }
 
+TEST( PagesTest, ConformanceHasTheOptionsOfItsHelp ) {
+    EXPECT_EQ( optionsIn( helpOf( "kavra-conformance" ) ), optionsOf( "kavra-conformance.1" ) );
+}
+
 TEST( PagesTest, ServerHasTheOptionsOfItsHelp ) {
     EXPECT_EQ( optionsIn( helpOf( "kavra-smbusd" ) ), optionsOf( "kavra-smbusd.8" ) );
 }
