@@ -1,10 +1,12 @@
 # Builds against an installed protocol library: installs the one of this build, configures a second
 # build with the option, and compiles there what includes the messages.
 
-set(prefix ${WORK_DIR}/prefix)
-set(build ${WORK_DIR}/build)
+# Two test runs of one build folder may come here at once.
+string(RANDOM LENGTH 8 own)
+set(folder ${WORK_DIR}/${own})
+set(prefix ${folder}/prefix)
+set(build ${folder}/build)
 set(object KavraGeneric/CMakeFiles/KavraDriversVundaT.dir/Ham/KavraSmbusHam.cpp.o)
-file(REMOVE_RECURSE ${WORK_DIR})
 
 execute_process(
     COMMAND ${CMAKE_COMMAND} -D CMAKE_INSTALL_PREFIX=${prefix}
@@ -35,4 +37,4 @@ execute_process(COMMAND ${NINJA} -C ${build} -t query lib/libKavraDriversVundaT.
 if(NOT inputs MATCHES "/prefix/lib[^\n]*/libSmbusProto.so")
     message(FATAL_ERROR "the installed library would not be linked:\n${inputs}")
 endif()
-file(REMOVE_RECURSE ${WORK_DIR})
+file(REMOVE_RECURSE ${folder})

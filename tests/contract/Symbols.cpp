@@ -62,6 +62,10 @@ std::vector<std::string> strongExportsForPeople() {
     return outputOf( "'" SOURCE_DIR "/scripts/exports' '" KAVRA_LIBRARY_FILE "'" );
 }
 
+std::vector<std::string> importsForPeople() {
+    return outputOf( "'" SOURCE_DIR "/scripts/imports' \"$(dirname '" KAVRA_LIBRARY_FILE "')\"" );
+}
+
 std::vector<std::string> linesOfFile( const std::string &path ) {
     std::ifstream file( path );
     return lines( file );

@@ -15,6 +15,8 @@ std::vector<Symbol> exported();
 std::vector<Symbol> imported();
 /// What scripts/exports prints for the library.
 std::vector<std::string> strongExportsForPeople();
+/// What scripts/imports prints for the folder that the library lies in.
+std::vector<std::string> importsForPeople();
 std::vector<std::string> linesOfFile( const std::string &path );
 
 } // namespace Symbols

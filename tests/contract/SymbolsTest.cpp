@@ -71,4 +71,13 @@ TEST( SymbolsTest, StrongExportsAreThoseOfTheList ) {
         << "if the change is meant, make the list anew: scripts/exports";
 }
 
+TEST( SymbolsTest, ImportsAreThoseOfTheList ) {
+    if ( !EXPORTS_ARE_COMPARED ) {
+        GTEST_SKIP() << "the list is that of a plain g++ release build";
+    }
+    EXPECT_EQ( Symbols::linesOfFile( SOURCE_DIR "/tests/contract/imports.txt" ),
+               Symbols::importsForPeople() )
+        << "if the change is meant, make the list anew: scripts/imports";
+}
+
 } // namespace
