@@ -3,6 +3,7 @@
 #include "KavraGeneric/HostServices.h"
 #include "KavraGeneric/Topology/Loader.h"
 
+#include <new>
 #include <unistd.h>
 
 PlatformLibrary::PLSocket *_plSock = nullptr;
@@ -22,6 +23,9 @@ bool connectWithRetries( int retries ) {
 }
 
 void dropSocket() {
+    if ( !_plSock ) {
+        return;
+    }
     if ( _plSock->watcher && pl_fd_watcher_delete ) {
         pl_fd_watcher_delete( static_cast<pl_fd_watcher *>( _plSock->watcher ) );
     }
@@ -39,8 +43,8 @@ pl_status plSockInit( const char *name, int retries ) {
     if ( _plSock ) {
         return PL_STATUS_OK;
     }
-    _plSock = new PlatformLibrary::PLSocket;
-    if ( connectWithRetries( retries ) ) {
+    _plSock = new ( std::nothrow ) PlatformLibrary::PLSocket;
+    if ( _plSock && connectWithRetries( retries ) ) {
         return PL_STATUS_OK;
     }
     pl_trace( 0, "%s: socket Setup failed!", name );
@@ -55,7 +59,12 @@ pl_status kavraLibraryInit( const char *name, const char *topology, int retries 
     if ( status != PL_STATUS_OK ) {
         return status;
     }
-    return Topology::loadTopology( topology );
+    try {
+        return Topology::loadTopology( topology );
+    } catch ( const std::bad_alloc & ) {
+        pl_trace( 0, "%s: no memory for the topology", name );
+        return PL_STATUS_FAILED;
+    }
 }
 
 pl_status pl_slot_init( const char *topology ) {

@@ -110,11 +110,22 @@ int PLSocket::sendRequestWait( Smbus::TransactionRequest *request,
     request->SerializeWithCachedSizesToArray(
         reinterpret_cast<uint8_t *>( buffer_.data() + lengthSize ) );
 
-    int error = sendFrame( lengthSize + size );
-    if ( error == 0 ) {
-        error = receiveAnswer( response );
+    // Room for one entry a request: a full list loses an entry when there is no memory for more.
+    auto answer = std::make_unique<Smbus::TransactionResponse>();
+    answer->mutable_response()->Reserve( request->request_size() );
+    Smbus::TransactionResponse *parsed = answer.get();
+    int error = 0;
+    try {
+        error = sendFrame( lengthSize + size );
+        if ( error == 0 ) {
+            error = receiveAnswer( &parsed );
+        }
+    } catch ( ... ) { // half an answer must not be taken for the beginning of the next
+        disconnect();
+        throw;
     }
     if ( error == 0 ) {
+        *response = answer.release();
         return 0;
     }
     disconnect();
@@ -165,12 +176,11 @@ int PLSocket::receiveAnswer( Smbus::TransactionResponse **response ) {
     if ( const int error = receiveFrame( size ) ) {
         return error;
     }
-    auto answer = std::make_unique<Smbus::TransactionResponse>();
-    if ( !answer->ParseFromArray( buffer_.data() + lengthSize,
-                                  static_cast<int>( size - lengthSize ) ) ) {
+    if ( !( *response )
+              ->ParseFromArray( buffer_.data() + lengthSize,
+                                static_cast<int>( size - lengthSize ) ) ) {
         return EPROTO;
     }
-    *response = answer.release();
     return 0;
 }
 

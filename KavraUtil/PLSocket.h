@@ -53,7 +53,7 @@ class PLSocket {
   private:
     // These return 0 or an errno value.
     int sendFrame( std::size_t size );
-    int receiveAnswer( Smbus::TransactionResponse **response );
+    int receiveAnswer( Smbus::TransactionResponse **response ); // into the one it points to
     int receiveFrame( std::size_t &size );
     void disconnect();
     /// How long one call on the descriptor may wait. Costs a system call only when it changes.

@@ -22,9 +22,9 @@
  *     says otherwise.
  *  9. A document that breaks its schema, and a programming error, end the process through assert()
  *     with the text of the condition, in every build. A syntax error in a document does not.
- * 10. An operation that a driver does not provide leaves pl_<class>_add() as a C++ exception
- *     (NotImplementedException); an argument that is no number leaves it as std::invalid_argument
- *     or std::out_of_range. The library catches none of them.
+ * 10. A missing driver operation leaves pl_<class>_add() as the exception NotImplementedException,
+ *     an argument that is no number as std::invalid_argument or std::out_of_range. No memory is
+ *     std::bad_alloc or a failed status (from an init always), and may end the process in a parser.
  * 11. The host's services are weak imports of the library, so that it loads without them; all but
  *     pl_fd_watcher_delete() are called unconditionally and must be there before the first init.
  */

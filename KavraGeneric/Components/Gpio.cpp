@@ -58,7 +58,7 @@ RegGpio::RegGpio( HardwareDevice *device, const Drivers::DriverArgs &args )
 
 pl_status RegGpio::bitRead( unsigned int *value ) {
     uint8_t content = 0;
-    const int status = device_->ham()->read8( static_cast<unsigned>( register_ ), &content );
+    const int status = device_->access().read8( static_cast<unsigned>( register_ ), &content );
     if ( status == PL_STATUS_OK ) {
         *value = ( content & bitMask( bitpos_ ) ) != 0 ? 1 : 0;
     }
@@ -68,25 +68,25 @@ pl_status RegGpio::bitRead( unsigned int *value ) {
 pl_status RegGpio::bitSet() {
     uint8_t content = 0;
     if ( !writeOnly_ ) {
-        const int status = device_->ham()->read8( static_cast<unsigned>( register_ ), &content );
+        const int status = device_->access().read8( static_cast<unsigned>( register_ ), &content );
         if ( status != PL_STATUS_OK ) {
             return status;
         }
     }
     content = static_cast<uint8_t>( content | bitMask( bitpos_ ) );
-    return device_->ham()->write8( static_cast<unsigned>( register_ ), content, false );
+    return device_->access().write8( static_cast<unsigned>( register_ ), content, false );
 }
 
 pl_status RegGpio::bitClear() {
     uint8_t content = 0xFF;
     if ( !writeOnly_ ) {
-        const int status = device_->ham()->read8( static_cast<unsigned>( register_ ), &content );
+        const int status = device_->access().read8( static_cast<unsigned>( register_ ), &content );
         if ( status != PL_STATUS_OK ) {
             return status;
         }
     }
     content = static_cast<uint8_t>( content & ~bitMask( bitpos_ ) );
-    return device_->ham()->write8( static_cast<unsigned>( register_ ), content, false );
+    return device_->access().write8( static_cast<unsigned>( register_ ), content, false );
 }
 
 } // namespace Component::LogicalDevice

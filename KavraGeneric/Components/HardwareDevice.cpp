@@ -42,9 +42,11 @@ HardwareDevice *HardwareDevice::create( Drivers::DriverArgs &args, Ham::Ham *ham
     if ( HardwareDevice *existing = findDevice( args ) ) {
         return existing;
     }
+    std::unique_ptr<Ham::Ham, Ham::Discard> madeHam;
     if ( !ham && args.provideHam ) {
         pl_trace( 0, "creating Ham" );
-        ham = Ham::createHam( args );
+        madeHam.reset( Ham::createHam( args ) );
+        ham = madeHam.get();
         if ( !ham ) {
             pl_trace( 0, "failed to create Ham" );
             return nullptr;
@@ -66,6 +68,7 @@ HardwareDevice *HardwareDevice::create( Drivers::DriverArgs &args, Ham::Ham *ham
     pl_trace( 0, "%s device created", args.driver.c_str() );
     devices[args.did] = device;
     static_cast<void>( made.release() );
+    static_cast<void>( madeHam.release() );
     return device;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "KavraGeneric/Assert.h"
 #include "KavraGeneric/Components/DeviceBase.h"
 #include "KavraGeneric/Ham/ExpectedVal.h"
 
@@ -22,6 +23,11 @@ class HardwareDevice : public DeviceBase {
 
     /// Null for a device that needs none.
     Ham::Ham *ham() const { return ham_; }
+    /// The same for a driver that cannot do without: asserts that there is one.
+    Ham::Ham &access() const {
+        ASSERT_TEXT( ham_, "ham" );
+        return *ham_;
+    }
 
     static Utils::ExpectedValues emptyExpectedValues;
 

@@ -42,14 +42,22 @@ void Led::notifyOnBlink( Led *led ) {
 void Led::handleBlinkTimerCallback( void * ) {
     pl_trace( 4, "%s() led blink timer hit notifying %zu leds", "handleBlinkTimerCallback",
               notifyList_.size() );
-    for ( auto led = notifyList_.begin(); led != notifyList_.end(); ) {
-        led = ( *led )->handleBlinkTimer( blinkStatus_ ) ? std::next( led )
-                                                         : notifyList_.erase( led );
+    const auto endTick = [] {
+        if ( !notifyList_.empty() ) {
+            pl_timer_set( blinkTimer_, blinkPeriod_ );
+        }
+        blinkStatus_ = !blinkStatus_;
+    };
+    try {
+        for ( auto led = notifyList_.begin(); led != notifyList_.end(); ) {
+            led = ( *led )->handleBlinkTimer( blinkStatus_ ) ? std::next( led )
+                                                             : notifyList_.erase( led );
+        }
+    } catch ( ... ) { // for want of memory: the next tick may have it
+        endTick();
+        throw;
     }
-    if ( !notifyList_.empty() ) {
-        pl_timer_set( blinkTimer_, blinkPeriod_ );
-    }
-    blinkStatus_ = !blinkStatus_;
+    endTick();
 }
 
 const char *Led::getLedStatusString( pl_led_status status ) {

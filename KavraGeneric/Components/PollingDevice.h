@@ -17,7 +17,12 @@ class PollingDevice : public HardwareDevice {
     static void handlePollTimerCallback( void *device ) {
         auto *self = static_cast<PollingDevice *>( device );
         pl_trace( 6, "pollCallbackWrapper" );
-        self->pollCallback();
+        try {
+            self->pollCallback();
+        } catch ( ... ) { // for want of memory: the next poll may have it
+            self->arm();
+            throw;
+        }
         self->arm();
     }
 

@@ -5,6 +5,7 @@
 #include "KavraGeneric/HostServices.h"
 
 #include <cstddef>
+#include <memory>
 
 namespace Component::LogicalDevice {
 
@@ -43,7 +44,7 @@ pl_temp_sensor *pl_temp_sensor_add( const char *arguments, float alertThreshold,
     if ( !device ) {
         return nullptr;
     }
-    Component::LogicalDevice::TempSensor *sensor = device->newTempSensor( args );
+    std::unique_ptr<Component::LogicalDevice::TempSensor> sensor( device->newTempSensor( args ) );
     if ( !sensor ) {
         return nullptr;
     }
@@ -51,5 +52,5 @@ pl_temp_sensor *pl_temp_sensor_add( const char *arguments, float alertThreshold,
     sensor->alertThresholdIs( alertThreshold );
     pl_trace( 0, "setting critical threshold" );
     sensor->criticalThresholdIs( criticalThreshold );
-    return sensor->record();
+    return sensor.release()->record();
 }

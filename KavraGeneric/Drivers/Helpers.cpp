@@ -46,7 +46,7 @@ pl_status runCmd( const char *command, std::string &output, unsigned long second
     output.clear();
     const std::string line =
         "timeout " + std::to_string( seconds ) + "s " + ( command ? command : "" );
-    std::unique_ptr<FILE, int ( * )( FILE * )> pipe( popen( line.c_str(), "r" ), pclose );
+    std::unique_ptr<FILE, int ( * )( FILE * )> pipe( popen( line.c_str(), "re" ), pclose );
     if ( !pipe ) {
         return PL_STATUS_FAILED;
     }
@@ -121,7 +121,12 @@ bool insertDriverArg( const char *arguments, char **rewritten, const char *name,
     rapidjson::StringBuffer buffer;
     rapidjson::Writer<rapidjson::StringBuffer> writer( buffer );
     document.Accept( writer );
-    *rewritten = strdup( buffer.GetString() );
+    char *text = strdup( buffer.GetString() );
+    if ( !text ) {
+        pl_trace( 0, "no memory for psu devArgs" );
+        return false;
+    }
+    *rewritten = text;
     return true;
 }
 

@@ -53,7 +53,7 @@ static uint16_t temperatureToRegister( float celsius ) {
 pl_status LM75::getTemperature( float *celsius ) {
     pl_trace( 6, "%s", "pl_status Drivers::LM75::getTemperature(float*)" );
     uint16_t raw = 0;
-    const pl_status status = ham()->read16( temperatureRegister, &raw );
+    const pl_status status = access().read16( temperatureRegister, &raw );
     if ( status == PL_STATUS_OK ) {
         *celsius = registerToTemperature( raw );
     }
@@ -62,7 +62,7 @@ pl_status LM75::getTemperature( float *celsius ) {
 
 pl_status LM75::getThreshold( Threshold threshold, float *celsius ) {
     uint16_t raw = 0;
-    const pl_status status = ham()->read16( registerOf( threshold ), &raw );
+    const pl_status status = access().read16( registerOf( threshold ), &raw );
     if ( status == PL_STATUS_OK ) {
         *celsius = registerToTemperature( raw );
     }
@@ -70,7 +70,7 @@ pl_status LM75::getThreshold( Threshold threshold, float *celsius ) {
 }
 
 pl_status LM75::setThreshold( Threshold threshold, float celsius ) {
-    return ham()->write16( registerOf( threshold ), temperatureToRegister( celsius ), false );
+    return access().write16( registerOf( threshold ), temperatureToRegister( celsius ), false );
 }
 
 Utils::ExpectedValues &LM75::expectedValues() {

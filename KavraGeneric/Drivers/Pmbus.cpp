@@ -126,7 +126,7 @@ static float linear11ToReal( uint16_t raw ) {
 
 pl_status Pmbus::pmbus_read_linear( uint8_t command, float *value ) {
     uint16_t raw = 0;
-    const pl_status status = ham()->read16( command, &raw );
+    const pl_status status = access().read16( command, &raw );
     if ( status == PL_STATUS_OK ) {
         *value = linear11ToReal( raw );
     }
@@ -155,15 +155,15 @@ pl_status Pmbus::get_output_power( float *watts ) {
 
 // The standard's mantissa is unsigned. Here a set bit 15 is a negative voltage.
 pl_status Pmbus::get_output_voltage( float *volts ) {
-    ham()->prepare();
-    const Ham::ResponseId modeId = ham()->addRead8( VOUT_MODE );
-    const Ham::ResponseId voutId = ham()->addRead16( READ_VOUT );
-    const pl_status status = ham()->execute();
+    access().prepare();
+    const Ham::ResponseId modeId = access().addRead8( VOUT_MODE );
+    const Ham::ResponseId voutId = access().addRead16( READ_VOUT );
+    const pl_status status = access().execute();
     if ( status != PL_STATUS_OK ) {
         return status;
     }
-    const uint8_t mode = ham()->get8( modeId );
-    const uint16_t raw = ham()->get16( voutId );
+    const uint8_t mode = access().get8( modeId );
+    const uint16_t raw = access().get16( voutId );
     if ( mode >> voutModeShift == voutModeLinear ) {
         const uint8_t exponent = voutExponent_ < noExponent ? voutExponent_ : mode;
         *volts = linearToReal( raw, exponent, wordBits, exponentBits );
@@ -183,10 +183,10 @@ pl_status Pmbus::getTemperature( uint8_t command, float *celsius ) {
 
 pl_status Pmbus::clearFaults() {
     pl_trace( 4, "Ensure WRITE_PROTECT is disabled and issue CLEAR_FAULTS command" );
-    ham()->prepare();
-    ham()->addWrite8( WRITE_PROTECT, 0, false );
-    ham()->addSendByte( CLEAR_FAULTS, false );
-    return ham()->execute();
+    access().prepare();
+    access().addWrite8( WRITE_PROTECT, 0, false );
+    access().addSendByte( CLEAR_FAULTS, false );
+    return access().execute();
 }
 
 pl_status Pmbus::get_power_ok( int *good ) {
@@ -205,7 +205,7 @@ pl_status Pmbus::get_power_ok( int *good ) {
     }
     pl_trace( 4, "Checking power OK using STATUS_WORD_REG" );
     uint16_t statusWord = 0;
-    const pl_status status = ham()->read16( STATUS_WORD, &statusWord );
+    const pl_status status = access().read16( STATUS_WORD, &statusWord );
     if ( status != PL_STATUS_OK ) {
         return status;
     }
@@ -221,7 +221,7 @@ pl_status Pmbus::get_power_ok( int *good ) {
 
 pl_status Pmbus::getFanRpm( const Fan &fan, int *rpm ) {
     uint8_t fanStatus = 0;
-    pl_status status = ham()->read8( STATUS_FANS_1_2, &fanStatus );
+    pl_status status = access().read8( STATUS_FANS_1_2, &fanStatus );
     if ( status != PL_STATUS_OK ) {
         return status;
     }
@@ -243,10 +243,11 @@ pl_status Pmbus::getFanRpm( const Fan &fan, int *rpm ) {
 
 // 64 bits, so that no speed overflows. The duty is capped as an unsigned 16-bit number.
 pl_status Pmbus::setFanRpm( const Fan &fan, int rpm ) {
+    assert( fan.maxFanRpm() != 0 );
     const auto duty = static_cast<int>( int64_t{ rpm } * 100 / fan.maxFanRpm() );
     pl_trace( 6, "Setting fan %d duty cycle to %d", fan.fanId(), duty );
     const auto value = std::min<uint16_t>( static_cast<uint16_t>( duty ), 100 );
-    const pl_status status = ham()->write16( fan.cmdReg(), value, fan.pec() );
+    const pl_status status = access().write16( fan.cmdReg(), value, fan.pec() );
     if ( status != PL_STATUS_OK ) {
         pl_trace( 0, "Failed to set fan%d duty cycle to %d", fan.fanId(), duty );
     }

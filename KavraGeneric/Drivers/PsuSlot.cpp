@@ -34,6 +34,15 @@ constexpr int identificationAttempts = 3;
 
 constexpr const char *serialKey = "serialNum"; // of the templates
 
+pl_status handOut( const char *text, char **fdl ) {
+    char *copy = strdup( text );
+    if ( !copy ) {
+        return PL_STATUS_FAILED;
+    }
+    *fdl = copy;
+    return PL_STATUS_OK;
+}
+
 } // namespace
 
 // In simulation both results of a batch come from the register that was queued last, so a supply's
@@ -216,8 +225,7 @@ pl_status PsuSlot::Slot::describe( const std::string &serial, const std::string 
                                    const std::string &text, char **fdl ) {
     if ( cachedFdl_ && serial == cachedSerial_ && model == cachedModel_ ) {
         pl_trace( 7, "Using cached fdl" );
-        *fdl = strdup( cachedFdl_.get() );
-        return PL_STATUS_OK;
+        return handOut( cachedFdl_.get(), fdl );
     }
     formatter_ = FormatFdl( text );
     // What a supply says of itself must not keep the host in the template.
@@ -230,11 +238,11 @@ pl_status PsuSlot::Slot::describe( const std::string &serial, const std::string 
     formatter_.start();
     formatter_.set( serialKey, serial );
     const char *described = formatter_.charPtr();
-    *fdl = strdup( described );
-    cachedFdl_.reset( strdup( described ) );
+    cachedFdl_.reset(); // the serial and model beside it are about to change
     cachedSerial_ = serial;
     cachedModel_ = model;
-    return PL_STATUS_OK;
+    cachedFdl_.reset( strdup( described ) );
+    return handOut( described, fdl );
 }
 
 Component::LogicalDevice::Slot *PsuSlot::newSlot( const DriverArgs &args ) {

@@ -44,7 +44,8 @@ pl_status PsuSlot::Slot::readIpmiField( uint8_t offset, uint8_t typeLength, std:
         field.clear();
         return PL_STATUS_OK;
     }
-    const pl_status status = device_->ham()->read( wrapped( offset + 1U ), length, &field, false );
+    const pl_status status =
+        device_->access().read( wrapped( offset + 1U ), length, &field, false );
     if ( status != PL_STATUS_OK ) {
         pl_trace( 0, "Error reading product info field" );
     }
@@ -52,7 +53,7 @@ pl_status PsuSlot::Slot::readIpmiField( uint8_t offset, uint8_t typeLength, std:
 }
 
 pl_status PsuSlot::Slot::readSerialAndModelIpmi( std::string &serial, std::string &model ) {
-    Ham::Ham &ham = *device_->ham();
+    Ham::Ham &ham = device_->access();
     std::string header;
     if ( ham.read( 0, commonHeaderSize, &header, false ) != PL_STATUS_OK ||
          header.size() < commonHeaderSize ) {

@@ -17,7 +17,7 @@ static void dropCount( std::string &block ) {
 }
 
 pl_status PsuSlot::Slot::readSerialAndModelPmbus( std::string &serial, std::string &model ) {
-    Ham::Ham &ham = *device_->ham();
+    Ham::Ham &ham = device_->access();
     ham.prepare();
     Ham::ResponseId modelId = ham.addRead8( MFR_MODEL );
     Ham::ResponseId serialId = ham.addRead8( MFR_SERIAL );

@@ -38,7 +38,7 @@ void readValue( Ham::Ham &ham, uint16_t offset, uint8_t length, std::string &val
 } // namespace
 
 pl_status PsuSlot::Slot::readSerialAndModelTlv( std::string &serial, std::string &model ) {
-    Ham::Ham &ham = *device_->ham();
+    Ham::Ham &ham = device_->access();
     std::string header;
     if ( ham.read( 0, headerSize, &header, false ) != PL_STATUS_OK || header.size() < headerSize ) {
         return PL_STATUS_NOT_PRESENT;

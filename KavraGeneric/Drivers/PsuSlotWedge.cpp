@@ -11,7 +11,7 @@ constexpr unsigned statusRegister = 8;
 
 pl_status PsuSlot::Slot::readSerialAndModelWedge( std::string &serial, std::string &model ) {
     uint8_t absent = 0;
-    if ( device_->ham()->read8( statusRegister, &absent ) != PL_STATUS_OK ) {
+    if ( device_->access().read8( statusRegister, &absent ) != PL_STATUS_OK ) {
         return PL_STATUS_NOT_PRESENT;
     }
     if ( absent >> ( 1 - slotIndex_ ) & 1 ) {

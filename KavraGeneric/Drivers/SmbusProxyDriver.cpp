@@ -13,6 +13,10 @@ namespace Drivers {
 
 namespace {
 
+// What the count byte of a block can say, and hosts have room for. A chip gives no more; an answer
+// that does comes from a server that is wrong.
+constexpr size_t longestBlock = 255;
+
 // Unsigned, so that a number out of range wraps instead of being undefined.
 uint32_t delayUs( const DriverArgs &args, const char *key ) {
     constexpr uint32_t usPerMs = 1000;
@@ -80,6 +84,11 @@ pl_status SmbusProxyDriver::SmbusProxy::blockRead( unsigned char command, unsign
                                                    unsigned int *length ) {
     std::string text;
     const pl_status status = device_->ham()->readBlock( command, &text );
+    if ( text.size() > longestBlock ) {
+        pl_trace( 0, "block read of 0x%02x: %zu bytes are no block", command, text.size() );
+        *length = 0;
+        return PL_STATUS_IO_ERROR;
+    }
     *length = static_cast<unsigned>( text.size() );
     memcpy( data, text.data(), text.size() );
     return afterRead( status );

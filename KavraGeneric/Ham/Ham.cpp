@@ -193,14 +193,14 @@ Ham *Ham::create( const std::string &name, const Topology::Topology &topology,
         return nullptr;
     }
     pl_trace( 3, "calling %s factory function", name.c_str() );
-    Ham *ham = entry->second( topology, args );
+    std::unique_ptr<Ham, Discard> ham( entry->second( topology, args ) );
     if ( !ham ) {
         pl_trace( 0, "Factory function returned, couldn't create HAM %s", name.c_str() );
         return nullptr;
     }
     pl_trace( 3, "ham initialisation" );
     ham->init();
-    return ham;
+    return ham.release();
 }
 
 Ham *createHam( const Drivers::DriverArgs &args ) {

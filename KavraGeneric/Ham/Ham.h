@@ -97,6 +97,12 @@ class Ham {
     bool retryCountSet = false;
 };
 
+/// Destroys an access method that no device has come to use: one that was used lives as long as the
+/// process. Of a class that is not this library's nothing is known, and it stays. Takes null.
+struct __attribute__( ( visibility( "hidden" ) ) ) Discard {
+    void operator()( Ham *ham ) const;
+};
+
 using Factory = std::function<Ham *( const Topology::Topology &, const Drivers::DriverArgs & )>;
 
 /// The access methods by name. Filled while the library is loaded.

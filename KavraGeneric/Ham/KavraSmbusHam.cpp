@@ -2,6 +2,7 @@
 
 #include "KavraGeneric/Components/Mux.h"
 #include "KavraGeneric/Ham/KavraSmbusVisitors.h"
+#include "KavraGeneric/Ham/SimHam.h"
 #include "KavraGeneric/HostServices.h"
 #include "KavraGeneric/Library.h"
 #include "KavraGeneric/Topology/Topology.h"
@@ -12,18 +13,55 @@
 
 namespace Ham {
 
+namespace {
+
+// Gives a device its own address back, also when there was no memory for a request to its muxes.
+class AddressKept {
+  public:
+    explicit AddressKept( AhamAddress &address ) : address_( address ), own_( address ) {}
+    AddressKept( const AddressKept & ) = delete;
+    AddressKept &operator=( const AddressKept & ) = delete;
+    ~AddressKept() { address_ = own_; }
+
+  private:
+    AhamAddress &address_;
+    const AhamAddress own_;
+};
+
+KavraSmbusHam *madeBy( KavraSmbusVisitor &visitor, const Topology::Topology &topology ) {
+    try {
+        topology.accept( &visitor );
+    } catch ( ... ) {
+        Discard()( visitor.ham );
+        throw;
+    }
+    return visitor.ham;
+}
+
+} // namespace
+
+// There is no virtual destructor.
+void Discard::operator()( Ham *ham ) const {
+    if ( auto *smbus = dynamic_cast<KavraSmbusHam *>( ham ) ) {
+        for ( const Component::LogicalDevice::Mux *mux : smbus->muxes_ ) {
+            delete mux; // made for this one
+        }
+        delete smbus;
+    } else {
+        delete dynamic_cast<SimHam *>( ham );
+    }
+}
+
 KavraSmbusHam *KavraSmbusHam::create( const Topology::Topology &topology,
                                       const Drivers::DriverArgs &args ) {
     KavraSmbusDriverVisitor visitor( args );
-    topology.accept( &visitor );
-    return visitor.ham;
+    return madeBy( visitor, topology );
 }
 
 KavraSmbusHam *KavraSmbusHam::createOnBus( const Topology::Topology &topology,
                                            const Topology::Bus *bus, const unsigned &address ) {
     KavraSmbusBusIdVisitor visitor( bus, address );
-    topology.accept( &visitor );
-    return visitor.ham;
+    return madeBy( visitor, topology );
 }
 
 KavraSmbusHam *KavraSmbusHam::createFromAddress( const AhamAddress &address,
@@ -42,12 +80,11 @@ void KavraSmbusHam::init() {
     request_.Clear();
     response_.Clear();
     prepareRequestCount_ = 0;
-    const AhamAddress own = address;
+    const AddressKept own( address );
     for ( Component::LogicalDevice::Mux *mux : muxes_ ) {
         address = muxChipAddress( *mux );
         prepareRequestCount_ += mux->selectRequest( this );
     }
-    address = own;
 }
 
 void KavraSmbusHam::prepare() {
@@ -61,13 +98,13 @@ void KavraSmbusHam::prepare() {
 }
 
 int KavraSmbusHam::execute() {
-    const AhamAddress own = address;
-    for ( auto mux = muxes_.rbegin(); mux != muxes_.rend(); ++mux ) {
-        address = muxChipAddress( **mux );
-        ( *mux )->resetRequest( this );
+    {
+        const AddressKept own( address );
+        for ( auto mux = muxes_.rbegin(); mux != muxes_.rend(); ++mux ) {
+            address = muxChipAddress( **mux );
+            ( *mux )->resetRequest( this );
+        }
     }
-    address = own;
-
     pl_trace( 4, "executing KavraSmbusHam request" );
     if ( retryCountSet ) {
         request_.set_retries( retryCount );
@@ -97,6 +134,8 @@ int KavraSmbusHam::execute() {
 
 Smbus::Request &KavraSmbusHam::requestInit( Smbus::RequestType type, unsigned reg, unsigned length,
                                             bool flag ) {
+    // Adding to a full list loses the new request when there is no memory for a longer list.
+    request_.mutable_request()->Reserve( request_.request_size() + 1 );
     Smbus::Request &request = *request_.add_request();
     address.reg = reg;
     request.set_address( std::bit_cast<uint64_t>( address ) );

@@ -65,6 +65,7 @@ class KavraSmbusHam final : public Ham {
     friend class KavraSmbusVisitor;
     friend class KavraSmbusDriverVisitor;
     friend class KavraSmbusBusIdVisitor;
+    friend struct Discard;
 
     Smbus::Request &requestInit( Smbus::RequestType type, unsigned reg, unsigned length,
                                  bool flag );

@@ -7,7 +7,39 @@
 #include "KavraGeneric/Topology/Lookup.h"
 #include "KavraGeneric/Topology/Topology.h"
 
+#include <memory>
+#include <set>
+#include <utility>
+
 namespace Ham {
+
+namespace {
+
+// Making a mux's device takes the way to its chip, and so the muxes on it. In a topology where a
+// mux is on the way to its own chip that would never end.
+class Making {
+  public:
+    explicit Making( uint32_t did ) : place_( inHand_.insert( did ) ) {
+        if ( !isFirst() ) {
+            pl_trace( 3, "Mux using device %u is on the way to that device", did );
+        }
+    }
+    Making( const Making & ) = delete;
+    Making &operator=( const Making & ) = delete;
+    ~Making() {
+        if ( isFirst() ) {
+            inHand_.erase( place_.first );
+        }
+    }
+
+    bool isFirst() const { return place_.second; }
+
+  private:
+    static inline std::set<uint32_t> inHand_; // device ids
+    const std::pair<std::set<uint32_t>::iterator, bool> place_;
+};
+
+} // namespace
 
 bool KavraSmbusVisitor::visit( const Topology::Mux *mux ) {
     if ( !found ) {
@@ -21,9 +53,13 @@ bool KavraSmbusVisitor::visit( const Topology::Mux *mux ) {
     }
     ASSERT_TEXT( topoDev->driverArgs, "topoDev->args" );
     Drivers::DriverArgs args = *topoDev->driverArgs;
-    Component::HardwareDevice *muxDevice = Component::HardwareDevice::create( args, nullptr );
+    const Making making( mux->did );
+    Component::HardwareDevice *muxDevice =
+        making.isFirst() ? Component::HardwareDevice::create( args, nullptr ) : nullptr;
     assert( muxDevice );
-    ham->muxes_.insert( ham->muxes_.begin(), muxDevice->newMux( args, busId ) );
+    std::unique_ptr<Component::LogicalDevice::Mux> made( muxDevice->newMux( args, busId ) );
+    ham->muxes_.insert( ham->muxes_.begin(), made.get() );
+    static_cast<void>( made.release() );
     return true;
 }
 

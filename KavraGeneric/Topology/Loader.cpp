@@ -47,7 +47,9 @@ void buildDevices( std::vector<std::shared_ptr<Device>> &devices, const rapidjso
     }
     const auto first = entries->Begin();
     const auto count = static_cast<std::size_t>( entries->End() - first );
-    const std::shared_ptr<Device[]> block( new Device[count] );
+    // By way of a unique pointer: g++ 12 goes astray in cleaning up a new[] whose shared pointer
+    // gets no memory.
+    const std::shared_ptr<Device[]> block( std::make_unique<Device[]>( count ) );
     Device *place = block.get();
     devices.reserve( count );
     forEachObject( json, "devices", [&]( const rapidjson::Value &entry ) {
@@ -275,17 +277,23 @@ int loadTopology( const char *json ) {
                   document.GetErrorOffset() );
         return PL_STATUS_INVALID;
     }
+    std::string text( json ); // what can throw comes before the old tree goes
     if ( _topology ) {
         delete _topology;
         _topology = nullptr;
         _topology_index.clear();
     }
-    _topology = Topology::Topology::fromJSON( document );
+    try {
+        _topology = Topology::Topology::fromJSON( document );
+    } catch ( ... ) { // the labels of half a tree
+        _topology_index.clear();
+        throw;
+    }
     if ( !_topology ) {
         pl_trace( 2, "failed to create topology tree" );
         return PL_STATUS_FAILED;
     }
-    _topology_json = json;
+    _topology_json.swap( text );
     return PL_STATUS_OK;
 }
 

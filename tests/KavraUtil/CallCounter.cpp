@@ -56,6 +56,12 @@ void *operator new( std::size_t size ) {
     throw std::bad_alloc();
 }
 
+// A sanitizer's own does not come to the one above.
+void *operator new( std::size_t size, const std::nothrow_t & ) noexcept {
+    ++allocations;
+    return std::malloc( size > 0 ? size : 1 );
+}
+
 void operator delete( void *memory ) noexcept {
     std::free( memory );
 }

@@ -84,19 +84,19 @@ void VundaGenericXcvrCPLD::pollCallback() {
 }
 
 void VundaGenericXcvrCPLD::updateRegisterCache() {
-    ham()->prepare();
+    access().prepare();
     Ham::ResponseId last = Ham::INVALID_RESPONSE_ID;
     for ( const auto &entry : registerCache_ ) {
-        last = ham()->addRead8( entry.first );
+        last = access().addRead8( entry.first );
     }
-    if ( ham()->execute() != PL_STATUS_OK ) {
+    if ( access().execute() != PL_STATUS_OK ) {
         pl_trace( 0, "Failed to poll information for VundaGenericXcvrCPLD" );
         assert( false );
     }
     // The identifiers of one batch are consecutive.
     Ham::ResponseId id = last - static_cast<Ham::ResponseId>( registerCache_.size() ) + 1;
     for ( auto &entry : registerCache_ ) {
-        entry.second = ham()->get8( id++ );
+        entry.second = access().get8( id++ );
     }
     pl_trace( 6, "Register cache updated for VundaGenericXcvrCPLD" );
 }
@@ -118,7 +118,7 @@ pl_status VundaGenericXcvrCPLD::setRegisterBit( unsigned char reg, unsigned char
     const bool set = ( value != 0 ) == activeHigh;
     const unsigned mask = maskOf( bit );
     const auto content = static_cast<uint8_t>( set ? cached | mask : cached & ~mask );
-    const pl_status status = ham()->write8( reg, content, false );
+    const pl_status status = access().write8( reg, content, false );
     if ( status == PL_STATUS_OK ) {
         cached = content;
     }

@@ -48,7 +48,7 @@ VundaTSystemLedCPLD::StatusLed::StatusLed( VundaTSystemLedCPLD *device, uint8_t 
 }
 
 pl_status VundaTSystemLedCPLD::StatusLed::show( uint8_t content ) {
-    return device_->ham()->write8( reg_, content, false );
+    return device_->access().write8( reg_, content, false );
 }
 
 pl_status VundaTSystemLedCPLD::StatusLed::setLightSetting( pl_led_status setting ) {

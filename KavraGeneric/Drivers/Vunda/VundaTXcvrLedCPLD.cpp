@@ -55,16 +55,16 @@ const SettingBits *bitsOf( pl_led_status setting ) {
 } // namespace
 
 pl_status VundaTXcvrLedCPLD::setRegisterBit( unsigned char bit, int value ) {
-    ham()->prepare();
-    const Ham::ResponseId id = ham()->addRead8( ledRegister );
-    if ( ham()->execute() != PL_STATUS_OK ) {
+    access().prepare();
+    const Ham::ResponseId id = access().addRead8( ledRegister );
+    if ( access().execute() != PL_STATUS_OK ) {
         pl_trace( 0, "Failed to poll information for VundaTXcvrLedCPLD" );
         return PL_STATUS_IO_ERROR;
     }
-    const uint8_t content = ham()->get8( id );
+    const uint8_t content = access().get8( id );
     const unsigned mask = 1U << ( bit % 32 );
     const auto changed = static_cast<uint8_t>( value ? content | mask : content & ~mask );
-    const pl_status status = ham()->write8( ledRegister, changed, false );
+    const pl_status status = access().write8( ledRegister, changed, false );
     if ( status != PL_STATUS_OK ) {
         // Register and bit stand in each other's place: who reads the logs knows.
         pl_trace( 0, "Set value %d bit %hhu for reg %hhu failed.", value, ledRegister, bit );

@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 namespace Drivers {
 
@@ -78,14 +79,14 @@ VundaTZCommonFanCpld::~VundaTZCommonFanCpld() = default;
 // what is executed then is the write again, and the version is the byte that the server gives for
 // a write.
 void VundaTZCommonFanCpld::init() {
-    ham()->prepare();
-    const Ham::ResponseId version = ham()->addRead8( versionRegister );
-    ham()->write8( startRegister, 0, false );
-    if ( ham()->execute() != PL_STATUS_OK ) {
+    access().prepare();
+    const Ham::ResponseId version = access().addRead8( versionRegister );
+    access().write8( startRegister, 0, false );
+    if ( access().execute() != PL_STATUS_OK ) {
         pl_trace( 0, "VundaTZCommonFanCpld failed to initialize" );
         return;
     }
-    pl_trace( 0, "Fan CPLD version %02x", ham()->get8( version ) );
+    pl_trace( 0, "Fan CPLD version %02x", access().get8( version ) );
 }
 
 float VundaTZCommonFanCpld::getFanMaxRpm() const {
@@ -101,15 +102,15 @@ std::string VundaTZCommonFanCpld::getFanModelName( bool ) const {
 }
 
 pl_status VundaTZCommonFanCpld::getFanRpm( Fan *fan, int *rpm ) {
-    ham()->prepare();
-    const Ham::ResponseId frontId = ham()->addRead8( frontFanSpeedRegisters_[fan->index()] );
-    const Ham::ResponseId rearId = ham()->addRead8( rearFanSpeedRegisters_[fan->index()] );
-    const pl_status status = ham()->execute();
+    access().prepare();
+    const Ham::ResponseId frontId = access().addRead8( frontFanSpeedRegisters_[fan->index()] );
+    const Ham::ResponseId rearId = access().addRead8( rearFanSpeedRegisters_[fan->index()] );
+    const pl_status status = access().execute();
     if ( status != PL_STATUS_OK ) {
         return status;
     }
-    const uint8_t front = ham()->get8( frontId );
-    const uint8_t rear = ham()->get8( rearId );
+    const uint8_t front = access().get8( frontId );
+    const uint8_t rear = access().get8( rearId );
     if ( front == 0 || rear == 0 ) {
         return PL_STATUS_BAD_READING;
     }
@@ -126,20 +127,20 @@ pl_status VundaTZCommonFanCpld::setFanRpm( Fan *, int rpm ) {
     const int regVal = static_cast<int>( 100.0F * dutyCycle / 625.0F - 1.0F );
     pl_trace( 5, "setFanRpm, rpm=%d, dutyCycle= %.2f, regVal=%d", rpm,
               static_cast<double>( dutyCycle ), regVal );
-    return ham()->write8( pwmRegister, static_cast<uint8_t>( regVal ), false );
+    return access().write8( pwmRegister, static_cast<uint8_t>( regVal ), false );
 }
 
 pl_status VundaTZCommonFanCpld::getFanPresence( unsigned char fanIndex, bool &present,
                                                 bool &frontToBack ) {
-    ham()->prepare();
-    const Ham::ResponseId presenceId = ham()->addRead8( presenceRegister );
-    const Ham::ResponseId directionId = ham()->addRead8( directionRegister );
-    const pl_status status = ham()->execute();
+    access().prepare();
+    const Ham::ResponseId presenceId = access().addRead8( presenceRegister );
+    const Ham::ResponseId directionId = access().addRead8( directionRegister );
+    const pl_status status = access().execute();
     if ( status != PL_STATUS_OK ) {
         return status;
     }
-    present = !bitOf( ham()->get8( presenceId ), fanIndex );
-    frontToBack = bitOf( ham()->get8( directionId ), fanIndex ) == isFrontToBackActiveHigh();
+    present = !bitOf( access().get8( presenceId ), fanIndex );
+    frontToBack = bitOf( access().get8( directionId ), fanIndex ) == isFrontToBackActiveHigh();
     return PL_STATUS_OK;
 }
 
@@ -189,9 +190,10 @@ pl_status VundaTZCommonFanCpld::FanSlot::describe( bool frontToBack, char **fdl 
                    noLibrary, json_ ? json_ : "" ) < 0 ) {
         return PL_STATUS_FAILED;
     }
+    std::unique_ptr<char, decltype( &free )> owned( text, free );
     cachedFdl_ = text;
     cachedFrontToBack_ = frontToBack;
-    *fdl = text;
+    *fdl = owned.release();
     return PL_STATUS_OK;
 }
 

@@ -35,6 +35,13 @@ TEST_F( HardwareDeviceTest, DeviceThatNeedsNoAccessMethodHasNone ) {
     EXPECT_FALSE( host().traced( 0, "creating Ham" ) );
 }
 
+TEST_F( HardwareDeviceTest, DriverThatCannotDoWithoutAnAccessMethodStopsWithoutOne ) {
+    create( text( "Probe", 7 ) );
+    EXPECT_DEATH( probe->access(), "Assertion `ham' failed" );
+    createWith( &ham_, text( "Probe", 8 ) );
+    EXPECT_EQ( &ham_, &probe->access() );
+}
+
 TEST_F( HardwareDeviceTest, AccessMethodOfTheTopologyIsMadeFirst ) {
     boardWithDevice7();
     create( text( "Probe", 7, R"("provideHam": 1)" ) );

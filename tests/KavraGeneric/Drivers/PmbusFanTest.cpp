@@ -170,6 +170,14 @@ TEST_F( PmbusFanDeathTest, FanWithoutItsNumberStops ) {
         "Assertion `args.driverArgs.find\\( \"fanId\" \\) != args.driverArgs.end\\(\\)'" );
 }
 
+TEST_F( PmbusFanDeathTest, SpeedOfAFanWithAMaximumOfZeroStops ) {
+    const auto dies = [this] {
+        addFan( R"("fanId": 1, "maxFanRpm": 0)" );
+        setRpm( 5000 );
+    };
+    EXPECT_DEATH( dies(), "Assertion `fan.maxFanRpm\\(\\) != 0' failed" );
+}
+
 TEST_F( PmbusFanDeathTest, FanWithoutItsMaximumStops ) {
     EXPECT_DEATH(
         addFan( R"("fanId": 1)" ),

@@ -34,6 +34,9 @@ void *operator new( size_t size ) {
     }
     throw std::bad_alloc();
 }
+void *operator new( size_t size, const std::nothrow_t & ) noexcept {
+    return size <= largestAllocation ? std::malloc( size ) : nullptr;
+}
 void operator delete( void *memory ) noexcept {
     std::free( memory );
 }

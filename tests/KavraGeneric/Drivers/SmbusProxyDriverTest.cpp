@@ -18,6 +18,8 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StrEq;
+using testing::ThrowsMessage;
 
 constexpr const char *topology =
     R"([ { "type": "I2C", "ham": "KavraSmbus", "id": 2, "devices": [ { "did": 9 } ] } ])";
@@ -148,9 +150,12 @@ TEST_F( SmbusProxyDriverTest, AbsentDelaysAreZero ) {
 }
 
 TEST_F( SmbusProxyDriverTest, DelayThatIsNoNumberIsThrown ) {
-    EXPECT_THROW( chip( R"("localReadDelayMs": "x")" ), std::invalid_argument );
-    EXPECT_THROW( chip( R"("localWriteDelayMs": "")" ), std::invalid_argument );
-    EXPECT_THROW( chip( R"("localWriteDelayMs": "2147483648")" ), std::out_of_range );
+    EXPECT_THAT( [] { chip( R"("localReadDelayMs": "x")" ); },
+                 ThrowsMessage<std::invalid_argument>( StrEq( "stoi" ) ) );
+    EXPECT_THAT( [] { chip( R"("localWriteDelayMs": "")" ); },
+                 ThrowsMessage<std::invalid_argument>( StrEq( "stoi" ) ) );
+    EXPECT_THAT( [] { chip( R"("localWriteDelayMs": "2147483648")" ); },
+                 ThrowsMessage<std::out_of_range>( StrEq( "stoi" ) ) );
 }
 
 TEST_F( SmbusProxyDriverTest, DelayBeyondTheRangeWraps ) {
@@ -197,6 +202,17 @@ TEST_F( SmbusProxyDriverTest, BlockReadGivesAsManyBytesAsTheChip ) {
     EXPECT_EQ( PL_STATUS_OK, proxy->ops->blockRead( proxy, 0, block, &length ) );
     EXPECT_EQ( 255u, length );
     EXPECT_EQ( 0, std::memcmp( largest.data(), block, length ) );
+}
+
+TEST_F( SmbusProxyDriverTest, BlockLongerThanAnyChipGivesIsFailedAndNotCopied ) {
+    pl_smbus *const proxy = delayedChip();
+    answer( { text( std::string( 256, 'z' ) ) } );
+    unsigned char block[1] = { 0xEE };
+    unsigned length = 77;
+    EXPECT_EQ( PL_STATUS_IO_ERROR, proxy->ops->blockRead( proxy, 0xA4, block, &length ) );
+    EXPECT_EQ( 0u, length );
+    EXPECT_EQ( 0xEE, block[0] );
+    EXPECT_TRUE( host().traced( 0, "block read of 0xa4: 256 bytes are no block" ) );
 }
 
 TEST_F( SmbusProxyDriverTest, FailedBlockReadGivesLengthZero ) {

@@ -46,6 +46,7 @@ class KavraSmbusCostTest : public SmbusHamFixture {
         const std::string body = healthy.SerializeAsString();
         const int before = CallCounter::allocationsOfThisThread();
         auto fresh = std::make_unique<Smbus::TransactionResponse>();
+        fresh->mutable_response()->Reserve( batch.request_size() );
         fresh->ParseFromArray( body.data(), static_cast<int>( body.size() ) );
         return CallCounter::allocationsOfThisThread() - before;
     }

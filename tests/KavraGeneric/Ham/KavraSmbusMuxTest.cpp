@@ -193,4 +193,16 @@ TEST_F( KavraSmbusMuxDeathTest, MuxThatCannotBeMadeEndsTheProcess ) {
     EXPECT_DEATH( ::Ham::createHam( arguments( 0x48 ) ), "Assertion `muxDevice' failed" );
 }
 
+TEST_F( KavraSmbusMuxDeathTest, MuxOnTheWayToItsOwnChipEndsTheProcess ) {
+    loadTopology( R"([{"type":"I2C","ham":"KavraSmbus","id":3,
+        "muxes":[{"did":100,"busses":[{"id":1,"devices":[{"did":1},{"did":100,
+        "driver":"PCA9548","address":{"address":112}}]}]}]}])" );
+    const auto dies = [] {
+        tellTracesWhenDying();
+        ::Ham::createHam( arguments( 0x48 ) );
+    };
+    EXPECT_DEATH( dies(), "Assertion `muxDevice' failed" );
+    EXPECT_DEATH( dies(), "\n3 Mux using device 100 is on the way to that device\n$" );
+}
+
 } // namespace

@@ -1,6 +1,8 @@
 #include "tests/KavraGeneric/Ham/LockHolder.h"
 #include "tests/KavraGeneric/Ham/SimHamFixture.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -244,16 +246,40 @@ void printCreated( const char *driver, const char *name ) {
     FakeHost::get().lines.clear();
 }
 
-// Other programs may use the default folder at the same time: only what is ours is removed.
+// The default folder has one name for every process. Tests of two runs take turns in it: one's
+// removal of the empty folder would come between the other's making of folder and file.
+class DefaultFolder {
+  public:
+    DefaultFolder() : parent_( open( "/tmp", O_RDONLY | O_DIRECTORY | O_CLOEXEC ) ) {
+        flock( parent_, LOCK_EX );
+    }
+    DefaultFolder( const DefaultFolder & ) = delete;
+    DefaultFolder &operator=( const DefaultFolder & ) = delete;
+
+    /// Other programs may use it at the same time: only what is ours is removed.
+    ~DefaultFolder() {
+        std::error_code ignored;
+        for ( const char *file : { "LM75-board-temp-of-a-test", "LM75OfATest" } ) {
+            std::filesystem::remove( std::filesystem::path( path ) / file, ignored );
+        }
+        rmdir( path );
+        close( parent_ );
+    }
+
+  private:
+    static constexpr const char *path = "/tmp/KavraSimulationDevices";
+    int parent_;
+};
+
 TEST_F( SimHamFileDeathTest, DefaultFolderIsUsedWithoutTheVariable ) {
     EXPECT_EXIT(
         {
             unsetFolder();
-            printCreated( "LM75", "board-temp-of-a-test" );
-            printCreated( "LM75OfATest", "" );
-            std::filesystem::remove( "/tmp/KavraSimulationDevices/LM75-board-temp-of-a-test" );
-            std::filesystem::remove( "/tmp/KavraSimulationDevices/LM75OfATest" );
-            rmdir( "/tmp/KavraSimulationDevices" );
+            {
+                const DefaultFolder folder;
+                printCreated( "LM75", "board-temp-of-a-test" );
+                printCreated( "LM75OfATest", "" );
+            }
             exit( 0 );
         },
         testing::ExitedWithCode( 0 ),
@@ -266,9 +292,10 @@ TEST_F( SimHamFileDeathTest, FolderIsAskedForUntilItIsSetAndThenKept ) {
     EXPECT_EXIT(
         {
             unsetFolder();
-            printCreated( "LM75OfATest", "" );
-            std::filesystem::remove( "/tmp/KavraSimulationDevices/LM75OfATest" );
-            rmdir( "/tmp/KavraSimulationDevices" );
+            {
+                const DefaultFolder folder;
+                printCreated( "LM75OfATest", "" );
+            }
             setenv( "KAVRALIB_SIMDIR", first.c_str(), 1 );
             printCreated( "LM75", "b" );
             setenv( "KAVRALIB_SIMDIR", "/nowhere", 1 );
