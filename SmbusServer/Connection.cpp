@@ -162,6 +162,11 @@ void Connection::answer( const Smbus::TransactionResponse &response ) {
     payloadLengthIs( frame, length );
     writer.write( frame + frameHeader );
     workspace_.passed( length );
+    // A client that has its answer may send the next batch before the connection is closed: it must
+    // notice, or it would wait for an answer to a batch that nobody performs.
+    if ( leaving_ ) {
+        stream_.refusesMore();
+    }
     if ( !stream_.send( { frame, frameHeader + length } ) ) {
         broken();
         return;

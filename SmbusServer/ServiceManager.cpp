@@ -9,6 +9,7 @@
 #include <string_view>
 #include <sys/socket.h>
 #include <systemd/sd-daemon.h>
+#include <vector>
 
 namespace SmbusServer {
 
@@ -27,25 +28,33 @@ static bool isControl( const Descriptor &socket, const std::string &name ) {
     return name == "control" || socketPath( socket.get() ).ends_with( ".ctl" );
 }
 
-HandedSockets takeHandedSockets() {
+/// The names of the sockets that were handed over, in their order.
+static std::vector<std::string> handedNames() {
     char **names = nullptr;
     const int count = sd_listen_fds_with_names( 1, &names );
     if ( count < 0 ) {
         throw SocketError( std::string( "sockets handed over by systemd: " ) + strerror( -count ) );
     }
-    HandedSockets sockets;
-    std::string problem;
+    const std::vector<std::string> copies( names, names + count );
     for ( int i = 0; i < count; ++i ) {
-        const std::string name = names[i];
         free( names[i] );
-        Descriptor taken = checked( SD_LISTEN_FDS_START + i, name );
+    }
+    free( names );
+    return copies;
+}
+
+HandedSockets takeHandedSockets() {
+    HandedSockets sockets;
+    int next = SD_LISTEN_FDS_START;
+    std::string problem;
+    for ( const std::string &name : handedNames() ) {
+        Descriptor taken = checked( next++, name );
         Descriptor &place = isControl( taken, name ) ? sockets.control : sockets.clients;
         if ( place.valid() ) {
             problem = "two sockets were handed over where one is wanted: '" + name + "'";
         }
         place = std::move( taken );
     }
-    free( names );
     if ( !problem.empty() ) {
         throw SocketError( problem );
     }

@@ -64,6 +64,10 @@ bool Stream::send( std::string_view bytes ) {
     return true;
 }
 
+void Stream::refusesMore() {
+    shutdown( descriptor_.get(), SHUT_RD );
+}
+
 void Stream::receivingIs( bool receiving ) {
     sd_event_source_set_io_events( source_.get(), receiving ? uint32_t{ EPOLLIN } : 0 );
 }

@@ -40,6 +40,8 @@ class Stream {
     /// One system call; the rest is sent from the event loop.
     /// @return false when the peer is gone.
     bool send( std::string_view bytes );
+    /// Lets the peer's next bytes fail before any of them is taken. What is sent still arrives.
+    void refusesMore();
     /// Whether bytes that arrive are told of. A peer that is gone always is: readable() is called.
     void receivingIs( bool receiving );
     bool waiting() const { return !unsent_.empty(); }

@@ -94,6 +94,13 @@ TEST( ChipsTest, EveryTypeIsFoundByItsOwnNameAndTakesItsAddress ) {
     EXPECT_EQ( nullptr, findChipType( "LM76" ) );
 }
 
+// A host that only asks whether somebody has this address.
+TEST( ChipsTest, EveryChipAcknowledgesItsAddressAlone ) {
+    for ( const ChipType &type : chipTypes() ) {
+        EXPECT_TRUE( type.create( 0x48 )->write( {} ) ) << type.name;
+    }
+}
+
 TEST( ChipsTest, EveryKnobHasHelpAndAValueThatItTakesBack ) {
     for ( const ChipType &type : chipTypes() ) {
         const auto chip = type.create( 0x48 );

@@ -52,6 +52,17 @@ TEST_F( SlotRegisterTest, CannotBeWrittenAndHasNoOtherRegister ) {
     EXPECT_EQ( "ff 0f ff", read( 7, 3 ) );
 }
 
+TEST_F( SlotRegisterTest, ReadWithoutACommandStartsAtTheFirstRegisterAfterPowerOn ) {
+    std::vector<uint8_t> in( 9 );
+    read( 8, 1 );
+    EXPECT_EQ( Bus::Result::Done, bus.writeRead( 0x40, {}, in ) );
+    EXPECT_EQ( "0f ff ff ff ff ff ff ff ff", hexOf( in ) );
+    turn( *chip, "present", "0" );
+    turn( *chip, "present", "1" );
+    EXPECT_EQ( Bus::Result::Done, bus.writeRead( 0x40, {}, in ) );
+    EXPECT_EQ( "ff ff ff ff ff ff ff ff 0f", hexOf( in ) );
+}
+
 TEST_F( SlotRegisterTest, WatchesTwoSuppliesAndNothingElse ) {
     Eeprom24c02 eeprom{ 0x50 };
     EXPECT_FALSE( chip->watch( eeprom ) );

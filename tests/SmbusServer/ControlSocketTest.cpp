@@ -103,6 +103,23 @@ TEST_F( ControlSocketTest, CtlFindsTheServerByTheSocketsName ) {
     EXPECT_EQ( "1\n", result.out );
 }
 
+TEST_F( ControlSocketTest, CtlSaysThatTheSocketOfTheHostsIsNotTheControlSocket ) {
+    const ProgramResult result = runProgram(
+        { BINARY_DIR "/bin/kavra-smbusd", "ctl", "--control", server.socketPath(), "list" } );
+    EXPECT_EQ( 3, result.status );
+    EXPECT_EQ( "kavra-smbusd: " + server.socketPath() +
+                   ": the server hung up without an answer; is it its control socket?\n",
+               result.err );
+}
+
+TEST_F( ControlSocketTest, CtlExitsWith3WhenTheSocketsNameIsTooLong ) {
+    const std::string path = server.controlPath() + std::string( 110, 'x' );
+    const ProgramResult result =
+        runProgram( { BINARY_DIR "/bin/kavra-smbusd", "ctl", "--control", path, "list" } );
+    EXPECT_EQ( 3, result.status );
+    EXPECT_EQ( "kavra-smbusd: " + path + ": no server there: File name too long\n", result.err );
+}
+
 TEST_F( ControlSocketTest, CtlExitsWith3WithoutAServer ) {
     server.stop();
     const ProgramResult result = ctl( "list" );

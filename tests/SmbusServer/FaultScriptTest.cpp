@@ -96,6 +96,15 @@ TEST( FaultFileTest, WrongLineIsNamed ) {
     }
 }
 
+TEST( FaultFileTest, FolderIsNoFaultScript ) {
+    try {
+        loadFaults( "/" );
+        FAIL();
+    } catch ( const FaultError &error ) {
+        EXPECT_STREQ( "/: cannot be read: Is a directory", error.what() );
+    }
+}
+
 TEST( FaultFileTest, FileThatIsMissingIsNamed ) {
     const TemporaryFile file;
     try {

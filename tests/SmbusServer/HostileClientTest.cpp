@@ -77,6 +77,21 @@ class HostileClientTest : public testing::Test {
     RawClient bystander{ server.socketPath() };
 };
 
+// So long that the server counts the requests before it makes room for them.
+TEST_F( HostileClientTest, LongFramesWithoutMeaningCloseTheirConnectionAlone ) {
+    const std::string endless( 100'000, '\xff' );
+    const std::string batchOfEndlessRequest = "\x0a" + endless;
+    const std::string endlessNumber = "\x10" + endless;
+    const std::string endlessNumberInARequest = "\x0a\xa0\x8d\x06\x10" + endless;
+    for ( const std::string &payload :
+          { batchOfEndlessRequest, endlessNumber, endlessNumberInARequest } ) {
+        RawClient client( server.socketPath() );
+        client.send( RawClient::frame( payload ) );
+        EXPECT_TRUE( client.hungUp() );
+        expectServed();
+    }
+}
+
 TEST_F( HostileClientTest, FramesWithoutTheirEnd ) {
     const std::string begun = header( largestFrame ) + std::string( largestFrame - 1, '\x0a' );
     const Clients clients = connectMany();

@@ -1,4 +1,5 @@
 #include "SmbusServer/Operation.h"
+#include "tests/support/Requests.h"
 
 #include <gtest/gtest.h>
 
@@ -47,4 +48,15 @@ TEST( OperationTest, WriteOfLength0IsASendByte ) {
     EXPECT_FALSE( operation.isSendByte() );
     operation = {};
     EXPECT_FALSE( operation.isSendByte() );
+}
+
+TEST( OperationTest, EncodedWriteDecodesToItself ) {
+    const Smbus::Request request = Requests::writeBytes( 0x48, 3, "\x19\x80" );
+    const Smbus::Request encoded = encode( decode( request ) );
+    const Operation operation = decode( encoded );
+    EXPECT_EQ( Smbus::WRITE, operation.type );
+    EXPECT_EQ( 0x48, operation.chip );
+    EXPECT_EQ( 3u, operation.reg );
+    EXPECT_EQ( 2u, operation.length );
+    EXPECT_EQ( "\x19\x80", operation.data );
 }

@@ -5,6 +5,7 @@
 #include "tests/support/ServerProcess.h"
 
 #include <algorithm>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <string>
@@ -63,6 +64,19 @@ TEST_F( RecordServiceTest, FullDiskIsReportedOnceAndTheServiceGoesOn ) {
     }
     expectWholeEntries( asked );
     umount2( folder.path().c_str(), MNT_DETACH );
+}
+
+TEST_F( RecordServiceTest, RecordingThatWasCutOffIsPrintedAndReplayedUpToThere ) {
+    { const ServerProcess server( {}, recording() ); }
+    std::ofstream( file, std::ios::app ) << "\x05"
+                                            "abc";
+    const std::string told = "kavra-smbusd: " + file + ": cut off in entry 1\n";
+    const ProgramResult result = print( file );
+    EXPECT_EQ( 0, result.status );
+    EXPECT_EQ( "", result.out );
+    EXPECT_EQ( told, result.err );
+    ServerProcess server( {}, { "--replay", file } );
+    EXPECT_TRUE( server.waitForLog( told ) );
 }
 
 TEST_F( RecordServiceTest, LimitOfAFileDoesNotEndTheServer ) {

@@ -153,6 +153,21 @@ TEST_F( RecordingTest, LengthThatNoEntryHasIsRefused ) {
     EXPECT_EQ( file.path() + ": entry 1 is longer than an entry can be", errorOfReading() );
 }
 
+TEST_F( RecordingTest, EntryLongerThanAReaderTakesStopsTheRecording ) {
+    Recording::Entry small;
+    small.set_time( 7 );
+    Recording::Entry large;
+    large.mutable_response()->add_response()->set_data( std::string( 5 << 20, 'x' ) );
+    RecordingWriter writer( file.path() );
+    writer.write( small );
+    testing::internal::CaptureStderr();
+    writer.write( large );
+    EXPECT_EQ( "kavra-smbusd: " + file.path() + ": recording stops: an entry is too long\n",
+               testing::internal::GetCapturedStderr() );
+    writer.write( small );
+    EXPECT_EQ( 1u, entries().size() );
+}
+
 TEST_F( RecordingTest, GarbageIsNamedByItsEntry ) {
     record( batch( { readBytes( 0x48, 0, 2 ) } ) );
     file.write( file.read() + "\x03zzz" );

@@ -89,8 +89,9 @@ class ActivationTest : public testing::Test {
     }
 
     /// @param unit what systemd calls the socket.
-    void hand( const std::string &file, const std::string &unit = "kavra-smbusd.socket" ) {
-        sockets_.push_back( listenAt( path( file ), SOCK_STREAM ) );
+    void hand( const std::string &file, const std::string &unit = "kavra-smbusd.socket",
+               int type = SOCK_STREAM ) {
+        sockets_.push_back( listenAt( path( file ), type ) );
         names_ += ( names_.empty() ? "" : ":" ) + unit;
     }
 
@@ -153,6 +154,12 @@ class ActivationTest : public testing::Test {
     std::string names_;
     pid_t pid_ = -1;
 };
+
+TEST_F( ActivationTest, SocketThatIsNoStreamIsRefused ) {
+    hand( "smbusd.sock", "kavra-smbusd.socket", SOCK_DGRAM );
+    start();
+    EXPECT_EQ( 3, wait() );
+}
 
 TEST_F( ActivationTest, ServesTheSocketThatItWasHandedAndLeavesItsFile ) {
     hand( "smbusd.sock" );

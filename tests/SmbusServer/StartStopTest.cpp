@@ -12,8 +12,10 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <string>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -169,6 +171,17 @@ TEST_F( CallTest, SocketThatCannotBeHadExitsWith3 ) {
     const ProgramResult tooLong = call( { "--board", board, "--socket", longPath } );
     EXPECT_EQ( 3, tooLong.status );
     EXPECT_EQ( "kavra-smbusd: " + longPath + ": File name too long\n", tooLong.err );
+}
+
+TEST_F( CallTest, SocketOfAnotherKindIsLeftAlone ) {
+    const Service::Folder folder;
+    const std::string path = folder.file( "datagrams" );
+    const int other = Service::listenAt( path, SOCK_DGRAM );
+    const ProgramResult result = call( { "--board", board, "--socket", path } );
+    EXPECT_EQ( 3, result.status );
+    EXPECT_EQ( "kavra-smbusd: " + path + ": Protocol wrong type for socket\n", result.err );
+    EXPECT_TRUE( fs::is_socket( path ) );
+    close( other );
 }
 
 TEST( ServerProcessTest, PutsTheEnvironmentBackAndRemovesItsFolder ) {

@@ -231,6 +231,18 @@ TEST_F( TransactionTest, AnswerLargerThanAFrameFails ) {
 }
 
 /// Requests that no bus sees.
+// Only the chip knows how long a block is.
+TEST_F( TransactionTest, BlocksThatAreLongerThanAFrameHoldsFail ) {
+    Smbus::TransactionRequest blocks;
+    for ( int i = 0; i < 200; ++i ) {
+        *blocks.add_request() = request( Smbus::BLOCK_READ, 0x48, 0, 8192 );
+    }
+    perform( blocks );
+    EXPECT_TRUE( response.failed() );
+    EXPECT_EQ( "the answer is larger than a frame holds", response.error() );
+    EXPECT_EQ( 0, response.response_size() );
+}
+
 class WrongRequestTest : public TransactionTest {
   protected:
     std::string errorOf( const Smbus::Request &request ) {

@@ -236,6 +236,13 @@ TEST_F( FaultsTest, HangUpBehindTheAnswerSendsTheAnswerFirst ) {
     EXPECT_TRUE( other.hungUp() );
 }
 
+TEST_F( FaultsTest, HangUpBehindTheAnswerLosesNoBatchThatFollowsAtOnce ) {
+    for ( int round = 0; round < 50; ++round ) {
+        fault( "server hang-up-after count 1" );
+        expectBothSensorsRight();
+    }
+}
+
 TEST( FaultFileTest, FaultsOfTheFileAreOnFromTheStart ) {
     const TemporaryFile script;
     script.write( "# lost once\nfault server hang-up count 1\nfault bus any stuck\n" );

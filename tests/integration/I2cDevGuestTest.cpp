@@ -8,6 +8,7 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -81,7 +82,7 @@ std::vector<std::string> bootCommand( const std::string &image ) {
 class I2cDevGuestTest : public testing::Test {
   protected:
     void boot() {
-        const std::string image = BINARY_DIR "/guest.img";
+        const std::string image = BINARY_DIR "/guest-" + std::to_string( getpid() ) + ".img";
         const ProgramResult packed = runProgram( packCommand( image ) );
         ASSERT_EQ( 0, packed.status ) << packed.err;
         const ProgramResult run = runProgram( bootCommand( image ) );

@@ -67,9 +67,12 @@ void LibraryFixture::simulate() {
 }
 
 void LibraryFixture::tellTracesWhenDying() {
-    std::signal( SIGABRT, []( int ) {
+    static void ( *before )( int ) = std::signal( SIGABRT, []( int number ) {
         for ( const FakeHost::Line &line : host().lines ) {
             std::fprintf( stderr, "%d %s\n", line.level, line.text.c_str() );
+        }
+        if ( before != SIG_DFL ) {
+            before( number ); // a coverage build writes its counters
         }
     } );
 }
