@@ -37,10 +37,5 @@ add_compile_definitions(_GLIBCXX_ASSERTIONS $<$<CONFIG:Release>:_FORTIFY_SOURCE=
 add_compile_options($<$<CONFIG:Release>:-fstack-protector-strong>)
 add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,--as-needed)
 
-if(KAVRA_COVERAGE)
-    add_compile_options(--coverage)
-    add_link_options(--coverage)
-endif()
-
 include(CheckPIESupported)
 check_pie_supported()
