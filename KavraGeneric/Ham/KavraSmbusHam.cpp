@@ -135,8 +135,11 @@ int KavraSmbusHam::execute() {
 Smbus::Request &KavraSmbusHam::requestInit( Smbus::RequestType type, unsigned reg, unsigned length,
                                             bool flag ) {
     // Adding to a full list loses the new request when there is no memory for a longer list.
-    request_.mutable_request()->Reserve( request_.request_size() + 1 );
-    Smbus::Request &request = *request_.add_request();
+    auto &requests = *request_.mutable_request();
+    if ( requests.size() == requests.Capacity() ) {
+        requests.Reserve( requests.size() + 1 );
+    }
+    Smbus::Request &request = *requests.Add();
     address.reg = reg;
     request.set_address( std::bit_cast<uint64_t>( address ) );
     request.set_type( type );
