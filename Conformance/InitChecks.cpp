@@ -54,7 +54,9 @@ void newTextReplacesTheTopology( Subject &subject ) {
 }
 
 void missingServerIsAnswered( Subject &subject ) {
-    const std::string socket = getenv( socketVariable );
+    const char *path = getenv( socketVariable );
+    require( path != nullptr, "the library took the socket's path out of the environment" );
+    const std::string socket = path;
     setenv( socketVariable, ( socket + ".none" ).c_str(), 1 );
     HostServices::skipSleeps( true );
     const pl_status without = subject.init( DeviceClass::fan, subject.board().topology.c_str() );

@@ -56,7 +56,7 @@ Outcome judgeOne( const Check &check, const std::string &library, const HostTool
         if ( !server.answers() ) {
             server.startAfresh();
         }
-        const Outcome outcome = runCheck( check, library, board, server, deadline );
+        Outcome outcome = runCheck( check, library, board, server, deadline );
         if ( !outcome.isServerGone && server.answers() ) {
             return outcome;
         }
