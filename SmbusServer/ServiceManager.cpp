@@ -35,7 +35,7 @@ static std::vector<std::string> handedNames() {
     if ( count < 0 ) {
         throw SocketError( std::string( "sockets handed over by systemd: " ) + strerror( -count ) );
     }
-    const std::vector<std::string> copies( names, names + count );
+    std::vector<std::string> copies( names, names + count );
     for ( int i = 0; i < count; ++i ) {
         free( names[i] );
     }
