@@ -78,10 +78,8 @@ static std::string timeText( uint64_t microseconds ) {
     const auto seconds = static_cast<time_t>( microseconds / second );
     tm parts = {};
     std::array<char, 64> date;
-    if ( gmtime_r( &seconds, &parts ) == nullptr ||
-         strftime( date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &parts ) == 0 ) {
-        return "(no time)";
-    }
+    gmtime_r( &seconds, &parts ); // 64 bits of microseconds are years that it has a date for
+    strftime( date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &parts );
     return date.data() + text( ".%06" PRIu64 "Z", microseconds % second );
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 #include <stdexcept>
@@ -35,11 +36,19 @@ static EventSource watch( sd_event *loop, int number, sd_event_signal_handler_t 
     return EventSource( source );
 }
 
+// Made before it is needed: a server that has run out of descriptors gets no timer any more.
+static EventSource newDeadline( sd_event *loop ) {
+    sd_event_source *source = nullptr;
+    check( sd_event_add_time( loop, &source, CLOCK_MONOTONIC, UINT64_MAX, 0, nullptr, nullptr ),
+           "time limit" );
+    return EventSource( source );
+}
+
 StopSignals::StopSignals( sd_event *loop, std::vector<Listener *> listeners,
                           std::chrono::microseconds longest )
     : loop_( loop ), listeners_( std::move( listeners ) ), longest_( longest ),
       terminate_( watch( loop, SIGTERM, arrived, this ) ),
-      interrupt_( watch( loop, SIGINT, arrived, this ) ) {}
+      interrupt_( watch( loop, SIGINT, arrived, this ) ), deadline_( newDeadline( loop ) ) {}
 
 int StopSignals::arrived( sd_event_source *, const signalfd_siginfo *, void *userdata ) {
     static_cast<StopSignals *>( userdata )->stop();
@@ -53,12 +62,9 @@ void StopSignals::stop() {
     }
     stopping_ = true;
     tellStopping();
-    sd_event_source *deadline = nullptr;
-    check( sd_event_add_time_relative( loop_, &deadline, CLOCK_MONOTONIC,
-                                       static_cast<uint64_t>( longest_.count() ), 0, nullptr,
-                                       nullptr ),
+    check( sd_event_source_set_time_relative( deadline_.get(),
+                                              static_cast<uint64_t>( longest_.count() ) ),
            "time limit" );
-    deadline_.reset( deadline );
     for ( Listener *each : listeners_ ) {
         each->drain( [this] {
             if ( std::all_of( listeners_.begin(), listeners_.end(),

@@ -147,6 +147,25 @@ TEST_F( LibraryTest, TopologyFailureKeepsTheSocketForACorrectedText ) {
     EXPECT_NE( nullptr, Topology::_topology );
 }
 
+TEST_F( LibraryTest, TopologyThatThereIsNoMemoryForIsAFailureAndLeavesNoLabels ) {
+    // The devices of a bus are one allocation, which is larger than the text.
+    std::string text = R"([{"type":"I2C","ham":"h","label":"bus","id":1,"devices":[)";
+    for ( int i = 0; i < 100; ++i ) {
+        text += R"({"did":1},)";
+    }
+    text.back() = ']';
+    text += "}]";
+    {
+        const CallCounter::ScarceMemory scarce( text.size() + 100 );
+        EXPECT_EQ( PL_STATUS_FAILED, pl_fan_init( text.c_str() ) );
+    }
+    EXPECT_EQ( "pl_fan_init: no memory for the topology", host().texts( 0 ).back() );
+    EXPECT_EQ( nullptr, Topology::_topology );
+    EXPECT_TRUE( Topology::_topology_index.empty() );
+    EXPECT_EQ( PL_STATUS_OK, pl_fan_init( text.c_str() ) );
+    EXPECT_EQ( 1U, Topology::_topology_index.count( "bus" ) );
+}
+
 TEST_F( LibraryTest, NoRetriesFailAtOnce ) {
     for ( const int retries : { 0, -1 } ) {
         SCOPED_TRACE( retries );
@@ -157,6 +176,16 @@ TEST_F( LibraryTest, NoRetriesFailAtOnce ) {
         EXPECT_EQ( ( Lines{ { 0, "now: socket Setup failed!" } } ), host().lines );
         EXPECT_EQ( nullptr, _plSock );
     }
+}
+
+TEST_F( LibraryTest, SocketThatThereIsNoMemoryForFailsAtOnce ) {
+    {
+        const CallCounter::ScarceMemory scarce( sizeof( PlatformLibrary::PLSocket ) - 1 );
+        EXPECT_EQ( 4, plSockInit( "now", 30 ) );
+    }
+    EXPECT_EQ( 0, calls_.connects );
+    EXPECT_EQ( ( Lines{ { 0, "now: socket Setup failed!" } } ), host().lines );
+    EXPECT_EQ( nullptr, _plSock );
 }
 
 TEST_F( LibraryTest, RetryCountIsTheCallers ) {

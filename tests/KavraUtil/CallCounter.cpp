@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <new>
@@ -18,6 +19,12 @@ namespace {
 
 // Apart from the rest, because counting must not itself allocate.
 thread_local int allocations = 0;
+thread_local std::size_t largestAllocation = SIZE_MAX;
+
+void *allocate( std::size_t size ) {
+    ++allocations;
+    return size <= largestAllocation ? std::malloc( size > 0 ? size : 1 ) : nullptr;
+}
 
 template <typename Function>
 Function *usual( Function *, const char *name ) {
@@ -44,13 +51,20 @@ int CallCounter::allocationsOfThisThread() {
     return allocations;
 }
 
+CallCounter::ScarceMemory::ScarceMemory( std::size_t largest ) {
+    largestAllocation = largest;
+}
+
+CallCounter::ScarceMemory::~ScarceMemory() {
+    largestAllocation = SIZE_MAX;
+}
+
 void CallCounter::restart() {
     sends = receives = connects = otherSocketCalls = 0;
 }
 
 void *operator new( std::size_t size ) {
-    ++allocations;
-    if ( void *memory = std::malloc( size > 0 ? size : 1 ) ) {
+    if ( void *memory = allocate( size ) ) {
         return memory;
     }
     throw std::bad_alloc();
@@ -58,8 +72,7 @@ void *operator new( std::size_t size ) {
 
 // A sanitizer's own does not come to the one above.
 void *operator new( std::size_t size, const std::nothrow_t & ) noexcept {
-    ++allocations;
-    return std::malloc( size > 0 ? size : 1 );
+    return allocate( size );
 }
 
 void operator delete( void *memory ) noexcept {

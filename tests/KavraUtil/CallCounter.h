@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -24,6 +25,15 @@ struct CallCounter {
 
     /// By operator new, since the thread began.
     static int allocationsOfThisThread();
+
+    /// While one lives, operator new has no memory for anything larger on this thread.
+    class ScarceMemory {
+      public:
+        explicit ScarceMemory( std::size_t largest );
+        ~ScarceMemory();
+        ScarceMemory( const ScarceMemory & ) = delete;
+        ScarceMemory &operator=( const ScarceMemory & ) = delete;
+    };
 
     /// Forgets the counts of calls.
     void restart();

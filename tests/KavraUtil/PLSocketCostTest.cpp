@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
+#include <new>
 #include <sys/socket.h>
 #include <vector>
 
@@ -119,6 +120,25 @@ TEST_F( PLSocketCostTest, EachPieceOfAnAnswerShortensTheWaitForTheNext ) {
     EXPECT_EQ( 30s, limits.front() );
     EXPECT_TRUE( std::ranges::is_sorted( limits, std::greater() ) );
     EXPECT_GT( 30s, limits.back() ); // the kernel rounds to its clock ticks
+    ::close( ends[1] );
+}
+
+// What is left of the answer would be taken for the next one.
+TEST_F( PLSocketCostTest, AnswerThatThereIsNoMemoryForClosesTheConnection ) {
+    int ends[2];
+    ASSERT_EQ( 0, ::socketpair( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends ) );
+    client_.fd = ends[0];
+    const std::string half = frame( 500'000, std::string( 100, 'x' ) );
+    calls_.beforeReceive = [&] {
+        ASSERT_EQ( std::ssize( half ), ::send( ends[1], half.data(), half.size(), 0 ) );
+    };
+    {
+        const CallCounter::ScarceMemory scarce( 400'000 );
+        EXPECT_THROW( ask(), std::bad_alloc );
+    }
+    calls_.beforeReceive = nullptr;
+    EXPECT_EQ( -1, client_.fd );
+    EXPECT_EQ( 0, ask() ); // on a connection of its own
     ::close( ends[1] );
 }
 

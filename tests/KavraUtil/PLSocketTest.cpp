@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <iterator>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -47,6 +48,18 @@ TEST_F( PLSocketTest, SetupFailsOnADeadSocketFile ) {
     killServer();
     EXPECT_EQ( -ECONNREFUSED, client_.setup() );
     EXPECT_EQ( -1, client_.fd );
+}
+
+TEST_F( PLSocketTest, SetupFailsWithoutADescriptor ) {
+    rlimit before = {};
+    ASSERT_EQ( 0, ::getrlimit( RLIMIT_NOFILE, &before ) );
+    const rlimit none = { 0, before.rlim_max };
+    ASSERT_EQ( 0, ::setrlimit( RLIMIT_NOFILE, &none ) );
+    const int status = client_.setup();
+    ::setrlimit( RLIMIT_NOFILE, &before );
+    EXPECT_EQ( -EMFILE, status );
+    EXPECT_EQ( -1, client_.fd );
+    EXPECT_EQ( 0, ask() );
 }
 
 TEST_F( PLSocketTest, SetupRefusesAPathThatNoSocketCanHave ) {

@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 #include <mutex>
 #include <set>
+#include <stdexcept>
 #include <string>
+#include <sys/resource.h>
 #include <vector>
 
 using namespace SmbusServer;
@@ -209,6 +211,16 @@ TEST_F( BusWorkersTest, WaitingBatchesAreBoundedInMemory ) {
     EXPECT_EQ( "too many batches wait for their busses", direct.error() );
     backend.hang( 1, false );
     runUntil( [&] { return first.answers == 1; } );
+}
+
+TEST_F( BusWorkersTest, AreNotMadeWithoutADescriptorToWakeTheLoop ) {
+    rlimit before = {};
+    ASSERT_EQ( 0, getrlimit( RLIMIT_NOFILE, &before ) );
+    const rlimit none = { 0, before.rlim_max };
+    ASSERT_EQ( 0, setrlimit( RLIMIT_NOFILE, &none ) );
+    EXPECT_THROW( BusWorkers( loop.get(), backend, []( const BusName & ) { return size_t{ 0 }; } ),
+                  std::runtime_error );
+    setrlimit( RLIMIT_NOFILE, &before );
 }
 
 } // namespace

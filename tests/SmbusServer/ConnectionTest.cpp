@@ -1,6 +1,7 @@
 // A connection above a performer that takes its time, as one on real controllers does.
 #include "SmbusServer/Connection.h"
 
+#include "SmbusServer/Peer.h"
 #include "tests/SmbusServer/RawClient.h"
 #include "tests/support/Requests.h"
 
@@ -8,6 +9,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -124,6 +126,12 @@ TEST_F( ConnectionTest, OtherClientsAreServedMeanwhile ) {
     performer.waiting = first;
     performer.end( "a" );
     EXPECT_EQ( "a", client->answer()->response( 0 ).data() );
+}
+
+// Nobody's: what the kernel does not know of is not in the group.
+TEST( PeerTest, SocketWithoutAnotherEndMayUseNothing ) {
+    const Descriptor alone( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) );
+    EXPECT_FALSE( mayUse( alone.get(), getegid() ) );
 }
 
 } // namespace

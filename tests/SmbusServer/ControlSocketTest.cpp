@@ -1,9 +1,13 @@
 #include "tests/SmbusServer/RawClient.h"
+#include "tests/SmbusServer/Service.h"
 #include "tests/support/RunProgram.h"
 #include "tests/support/ServerProcess.h"
 
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
 
 /// The control socket of the real server, and ctl as its client.
 class ControlSocketTest : public testing::Test {
@@ -75,6 +79,14 @@ TEST( ControlSocketLogTest, CommandIsOneLineOfTheLogWhateverItHolds ) {
     EXPECT_TRUE( server.waitForLog( "): ?[2J?\n" ) );
 }
 
+TEST_F( ControlSocketTest, NobodyWaitsForAClientThatAsksNothing ) {
+    client.send( "get inlet.present\n" );
+    EXPECT_EQ( "1\n", client.receiveLine() );
+    EXPECT_EQ( "ok\n", client.receiveLine() );
+    EXPECT_EQ( 0, server.stop() );
+    EXPECT_TRUE( client.hungUp() );
+}
+
 TEST_F( ControlSocketTest, CtlPrintsTheDataAlone ) {
     const ProgramResult result = ctl( "get inlet.temperature" );
     EXPECT_EQ( 0, result.status );
@@ -108,6 +120,28 @@ TEST_F( ControlSocketTest, CtlSaysThatTheSocketOfTheHostsIsNotTheControlSocket )
         { BINARY_DIR "/bin/kavra-smbusd", "ctl", "--control", server.socketPath(), "list" } );
     EXPECT_EQ( 3, result.status );
     EXPECT_EQ( "kavra-smbusd: " + server.socketPath() +
+                   ": the server hung up without an answer; is it its control socket?\n",
+               result.err );
+}
+
+TEST_F( ControlSocketTest, CtlSaysThatAServerHangsUpWhileItSends ) {
+    const Service::Folder folder;
+    const std::string path = folder.file( "hangs-up" );
+    const int listener = Service::listenAt( path, SOCK_STREAM );
+    std::thread hangUp( [&] {
+        const int fd = accept( listener, nullptr, nullptr );
+        char first = 0;
+        EXPECT_EQ( 1, read( fd, &first, 1 ) );
+        close( fd );
+    } );
+    // More than the socket keeps for somebody who does not read.
+    const std::string word( 120'000, 'x' );
+    const ProgramResult result = runProgram(
+        { Service::program, "ctl", "--control", path, word, word, word, word, word, word } );
+    hangUp.join();
+    close( listener );
+    EXPECT_EQ( 3, result.status );
+    EXPECT_EQ( "kavra-smbusd: " + path +
                    ": the server hung up without an answer; is it its control socket?\n",
                result.err );
 }

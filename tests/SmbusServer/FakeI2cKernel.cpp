@@ -230,6 +230,9 @@ int FakeAdapter::smbus( uint8_t readWrite, uint8_t command, int size, i2c_smbus_
             return EINVAL;
         }
         if ( reading ) {
+            if ( kernel_.blocksAreShort ) {
+                --data.block[0];
+            }
             return exchange( { command }, { data.block + 1, data.block[0] } );
         }
         Bytes out = { command };

@@ -42,8 +42,9 @@ class FakeI2cKernel : public SmbusServer::I2cKernel {
     std::set<uint8_t> held; ///< addresses that a driver of the kernel has
     int absentError = 0;    ///< of a transfer to nobody; 0: ENXIO
     int openError = 0;
-    std::deque<int> errors; ///< of the next transfers; they reach nobody
-    std::string chipsAt;    ///< the device that the chips are on; empty: on each
+    bool blocksAreShort = false; ///< an I2C block read gives a byte less than was asked for
+    std::deque<int> errors;      ///< of the next transfers; they reach nobody
+    std::string chipsAt;         ///< the device that the chips are on; empty: on each
     std::string wires;
     bool plugged = true;
     int unplugAfter = -1; ///< so many transfers; negative: never

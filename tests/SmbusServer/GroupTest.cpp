@@ -79,6 +79,18 @@ TEST_F( GroupTest, RootIsServedAndTheFilesAreTheGroups ) {
     }
 }
 
+TEST_F( GroupTest, SocketsThatCannotBeGivenToTheGroupAreRemovedAgain ) {
+    const std::string path = server().folder() + "/other.sock";
+    const ProgramResult result = runProgram(
+        { "/usr/bin/setpriv", "--clear-groups", "--inh-caps=-chown", "--bounding-set=-chown",
+          program, "--board", boardFile, "--socket", path, "--group", "daemon" } );
+    EXPECT_EQ( 3, result.status );
+    EXPECT_EQ( "kavra-smbusd: " + path +
+                   ": cannot be given to the group: Operation not permitted\n",
+               result.err );
+    EXPECT_FALSE( fs::exists( path ) || fs::exists( path + ".ctl" ) );
+}
+
 TEST( GroupCallTest, UnknownGroupIsAWrongCall ) {
     const ProgramResult result =
         runProgram( { program, "--board", boardFile, "--group", "no-such-group" } );

@@ -8,6 +8,8 @@
 
 #include <cerrno>
 #include <gtest/gtest.h>
+#include <memory>
+#include <sys/sysmacros.h>
 
 using namespace SmbusServer;
 using namespace Requests;
@@ -108,6 +110,11 @@ TEST_F( I2cDevBackendTest, WhatTheControllerLacksIsNamedAndTriedOnce ) {
     EXPECT_EQ( "bus 0 chip 0x48 reg 0x05: the controller cannot do this: write byte, with a packet "
                "error code",
                errorOf( checked ) );
+    Smbus::Request wide = readBytes( 0x48, 0x1234, 1 );
+    wide.set_address( wide.address() | uint64_t{ 2 } << 57 );
+    EXPECT_EQ( "bus 0 chip 0x48 reg 0x1234: the controller cannot do this: read byte, register of "
+               "2 bytes",
+               errorOf( wide ) );
     EXPECT_EQ( 0, kernel.smbusCalls );
 }
 
@@ -180,6 +187,26 @@ TEST_F( I2cDevBackendTest, NewMapHolds ) {
     EXPECT_EQ( 0, kernel.adapters );
     errorOf( readBytes( 0x48, 0, 1 ) );
     EXPECT_EQ( "/dev/i2c-9", kernel.opened.back() );
+}
+
+TEST( LinuxKernelTest, DeviceThatIsNotThereIsNotOpened ) {
+    std::unique_ptr<I2cAdapter> adapter;
+    EXPECT_EQ( ENOTDIR, linuxKernel().open( "/dev/null/i2c-0", adapter ) );
+    EXPECT_EQ( nullptr, adapter );
+}
+
+TEST( LinuxKernelTest, FileThatIsNoAdapterRefusesEveryCall ) {
+    std::unique_ptr<I2cAdapter> adapter;
+    ASSERT_EQ( 0, linuxKernel().open( "/dev/null", adapter ) );
+    EXPECT_EQ( makedev( 1, 3 ), adapter->deviceNumber() );
+    unsigned long mask = 0;
+    EXPECT_EQ( ENOTTY, adapter->functions( mask ) );
+    EXPECT_EQ( ENOTTY, adapter->chipIs( 0x48 ) );
+    EXPECT_EQ( ENOTTY, adapter->pecIs( true ) );
+    i2c_smbus_data data = {};
+    EXPECT_EQ( ENOTTY, adapter->smbus( I2C_SMBUS_READ, 0, I2C_SMBUS_BYTE, data ) );
+    i2c_msg message = {};
+    EXPECT_EQ( ENOTTY, adapter->transfer( { &message, 1 } ) );
 }
 
 } // namespace

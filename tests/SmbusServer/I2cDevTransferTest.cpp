@@ -153,6 +153,12 @@ TEST_P( SmbusOnlyTest, EachCallNeedsItsBitOfTheMask ) {
     EXPECT_EQ( 1, kernel.smbusCalls );
 }
 
+TEST_P( SmbusOnlyTest, BlockThatComesShortBreaksTheProtocol ) {
+    kernel.blocksAreShort = true;
+    EXPECT_EQ( failure( EPROTO ), perform( Smbus::READ, 2, 3 ) );
+    EXPECT_EQ( "", read );
+}
+
 TEST_P( PlainI2cTest, LongTransfersAndWideRegistersWork ) {
     perform( Smbus::READ, 0, 8192 );
     EXPECT_EQ( 8192u, read.size() );

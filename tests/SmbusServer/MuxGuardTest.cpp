@@ -162,6 +162,19 @@ TEST_F( MuxGuardTest, OuterMuxThatRefusesWhileAnInnerOneIsClearedIsInTheWay ) {
     EXPECT_EQ( "0x00", control( "left" ) );
 }
 
+TEST_F( MuxGuardTest, BehindAMuxThatRefusesNoOtherIsTold ) {
+    fault( "fault bus 0 chip 0x70 no-release" );
+    fault( "fault bus 0 chip 0x71 no-release count 1" );
+    perform( behindInner() );
+    fault( "fault bus 0 chip 0x71 nack" ); // would count whatever is still sent there
+    EXPECT_EQ( refused + std::string( "bus 0 chip 0x70 reg 0x00: no acknowledge" ),
+               perform( behindRight() ) );
+    EXPECT_NE( std::string::npos, faults.list().find( " hits 0: bus 0 chip 0x71 nack\n" ) );
+    faults.clear();
+    EXPECT_EQ( "33", perform( behindRight() ) );
+    EXPECT_EQ( "0x00", control( "inner" ) );
+}
+
 TEST_F( MuxGuardTest, MuxThatWasPulledHoldsNobodyUp ) {
     present( "left", "0" );
     EXPECT_EQ( "bus 0 chip 0x70 reg 0x01: no acknowledge", perform( behindLeft() ) );
@@ -290,6 +303,29 @@ TEST_F( MuxGuardTest, FailedDeselectIsNotedWhateverTheReason ) {
         EXPECT_FALSE( response.failed() );
         EXPECT_EQ( "0x00", control( "left" ) );
     }
+}
+
+TEST_F( MuxGuardTest, MuxWhoseControlRegisterReadsAsOffHasLetGoWhateverItAnswered ) {
+    class LateDeselects : public Backend {
+      public:
+        explicit LateDeselects( Backend &below ) : below_( below ) {}
+        Cause perform( const Operation &operation, std::string &read ) override {
+            const Cause cause = below_.perform( operation, read );
+            return operation.isDeselect() && operation.chip == 0x70 ? Cause::TimedOut : cause;
+        }
+        bool severalAccelerators( const BusName & ) const override { return false; }
+
+      private:
+        Backend &below_;
+    } late( emulated );
+    MuxGuard own( late, wiring );
+    Transaction onLate( own );
+    Smbus::TransactionResponse response;
+    onLate.perform( behindLeft(), response );
+    EXPECT_EQ( "bus 0 chip 0x70 reg 0x00: time-out", response.error() );
+    onLate.perform( behindRight(), response );
+    ASSERT_FALSE( response.failed() ) << response.error();
+    EXPECT_EQ( 33, response.response( 1 ).data()[0] );
 }
 
 TEST_F( MuxGuardTest, TransientFailureLeavesNothingInDoubt ) {

@@ -23,6 +23,13 @@ class RecordServiceTest : public testing::Test {
         return runProgram( { program, "--print", path } );
     }
 
+    /// The folder becomes one, for this process and those that it starts.
+    bool hasSmallDisk() const {
+        return unshare( CLONE_NEWNS ) == 0 &&
+               mount( "none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr ) == 0 &&
+               mount( "none", folder.path().c_str(), "tmpfs", 0, "size=64k" ) == 0;
+    }
+
     /// Makes so many batches, each answered as if nothing were recorded.
     static void askOften( const ServerProcess &server, int count ) {
         RawClient client( server.socketPath() );
@@ -49,9 +56,7 @@ class RecordServiceTest : public testing::Test {
 
 TEST_F( RecordServiceTest, FullDiskIsReportedOnceAndTheServiceGoesOn ) {
     constexpr int asked = 2000;
-    if ( unshare( CLONE_NEWNS ) != 0 ||
-         mount( "none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr ) != 0 ||
-         mount( "none", folder.path().c_str(), "tmpfs", 0, "size=64k" ) != 0 ) {
+    if ( !hasSmallDisk() ) {
         GTEST_SKIP() << "a small disk of its own needs root";
     }
     {
@@ -63,6 +68,18 @@ TEST_F( RecordServiceTest, FullDiskIsReportedOnceAndTheServiceGoesOn ) {
         EXPECT_EQ( server.log().find( "recording" ), server.log().rfind( "recording" ) );
     }
     expectWholeEntries( asked );
+    umount2( folder.path().c_str(), MNT_DETACH );
+}
+
+TEST_F( RecordServiceTest, DiskThatIsFullAlreadyEndsTheStart ) {
+    if ( !hasSmallDisk() ) {
+        GTEST_SKIP() << "a small disk of its own needs root";
+    }
+    std::ofstream( folder.file( "full" ) ) << std::string( 100'000, 'x' );
+    const ProgramResult result = runProgram( { program, "--board", boardFile, "--record", file } );
+    EXPECT_EQ( 2, result.status );
+    EXPECT_EQ( "kavra-smbusd: " + file + ": cannot be written: No space left on device\n",
+               result.err );
     umount2( folder.path().c_str(), MNT_DETACH );
 }
 
@@ -89,6 +106,8 @@ TEST_F( RecordServiceTest, LimitOfAFileDoesNotEndTheServer ) {
     setrlimit( RLIMIT_FSIZE, &before );
     askOften( server, asked );
     EXPECT_TRUE( server.waitForLog( file + ": recording stops: File too large\n" ) );
+    prlimit( server.pid(), RLIMIT_FSIZE, &before,
+             nullptr ); // for what a profiler writes at the end
     EXPECT_EQ( 0, server.stop() );
     expectWholeEntries( asked );
 }

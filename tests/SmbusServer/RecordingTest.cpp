@@ -8,9 +8,18 @@
 #include "tests/support/DescribeBatch.h"
 #include "tests/support/Requests.h"
 
+#include <csignal>
+#include <cstdint>
+#include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace Requests;
@@ -168,6 +177,58 @@ TEST_F( RecordingTest, EntryLongerThanAReaderTakesStopsTheRecording ) {
     EXPECT_EQ( 1u, entries().size() );
 }
 
+namespace {
+
+/// A file that cannot be made smaller, as one that may only be appended to.
+class AppendOnlyRecordingTest : public testing::Test {
+  protected:
+    ~AppendOnlyRecordingTest() override { close( fd ); }
+
+    void write( std::string_view bytes ) const {
+        ASSERT_EQ( std::ssize( bytes ), ::write( fd, bytes.data(), bytes.size() ) );
+    }
+    void seal() const { ASSERT_EQ( 0, fcntl( fd, F_ADD_SEALS, F_SEAL_SHRINK ) ); }
+
+    const int fd = memfd_create( "recording", MFD_CLOEXEC | MFD_ALLOW_SEALING );
+    const std::string path = "/proc/self/fd/" + std::to_string( fd );
+};
+
+} // namespace
+
+TEST_F( AppendOnlyRecordingTest, EntryThatWasCutOffIsInTheWay ) {
+    write( std::string( mark ) + "\x05" + "abc" );
+    seal();
+    try {
+        const RecordingWriter writer( path );
+        FAIL();
+    } catch ( const RecordingError &error ) {
+        EXPECT_EQ( path + ": cannot be written: Operation not permitted", error.what() );
+    }
+}
+
+TEST_F( AppendOnlyRecordingTest, EntryThatIsCutOffStaysAndIsTold ) {
+    Recording::Entry entry;
+    entry.mutable_response()->set_error( std::string( 1000, 'x' ) );
+    write( mark );
+    RecordingWriter writer( path );
+    seal();
+    writer.write( entry );
+    const auto before = signal( SIGXFSZ, SIG_IGN );
+    rlimit usual = {};
+    getrlimit( RLIMIT_FSIZE, &usual );
+    // More than what goes to stderr, which is a file as well.
+    const rlimit small = { std::filesystem::file_size( path ) + 5, usual.rlim_max };
+    testing::internal::CaptureStderr();
+    setrlimit( RLIMIT_FSIZE, &small );
+    writer.write( entry );
+    setrlimit( RLIMIT_FSIZE, &usual );
+    signal( SIGXFSZ, before );
+    const std::string told = "kavra-smbusd: " + path;
+    EXPECT_EQ( told + ": its last entry is not whole\n" + told +
+                   ": recording stops: File too large\n",
+               testing::internal::GetCapturedStderr() );
+}
+
 TEST_F( RecordingTest, GarbageIsNamedByItsEntry ) {
     record( batch( { readBytes( 0x48, 0, 2 ) } ) );
     file.write( file.read() + "\x03zzz" );
@@ -220,6 +281,13 @@ TEST( EntryTextTest, EntryTellsTimeAnswersAndFailures ) {
     EXPECT_EQ( "2023-11-14 22:13:20.000123Z +450us I2C pci 0x00000000 accelerator 0 bus 0: 70=01 | "
                "48[00]x2 (time-out, 2 times) -> 1980 | 70=00",
                entryText( entry ) );
+}
+
+TEST( EntryTextTest, EveryTimeHasADate ) {
+    Recording::Entry entry;
+    entry.set_time( UINT64_MAX );
+    EXPECT_TRUE( entryText( entry ).starts_with( "586524-01-19 08:01:49.551615Z +0us" ) )
+        << entryText( entry );
 }
 
 TEST( EntryTextTest, FailedBatchEndsInItsReason ) {

@@ -1,12 +1,20 @@
 #include "tests/SmbusServer/RawClient.h"
+#include "tests/SmbusServer/Service.h"
 #include "tests/support/Requests.h"
+#include "tests/support/Sanitized.h"
 #include "tests/support/ServerProcess.h"
 
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <sys/resource.h>
 #include <vector>
 
+namespace fs = std::filesystem;
 using namespace Requests;
 
 /// The real server on this switch's board.
@@ -214,3 +222,72 @@ INSTANTIATE_TEST_SUITE_P(
         BadFrame{ "TwoAtOnce", RawClient::frame( "" ) + RawClient::frame( "" ),
                   "a request before the answer to the last one" } ),
     []( const auto &each ) { return std::string( each.param.name ); } );
+
+static constexpr const char *descriptorsAreTaken =
+    "the sanitizers look at memory through descriptors of their own";
+
+/// A server that may have no more descriptors than it has now.
+class DescriptorLimitTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        if ( isSanitized ) {
+            GTEST_SKIP() << descriptorsAreTaken;
+        }
+        rlimit limit = {};
+        first->ask( nothing ); // it has been accepted
+        prlimit( server.pid(), RLIMIT_NOFILE, nullptr, &limit );
+        limit.rlim_cur = 0;
+        while ( fs::is_symlink( "/proc/" + std::to_string( server.pid() ) + "/fd/" +
+                                std::to_string( limit.rlim_cur ) ) ) {
+            ++limit.rlim_cur;
+        }
+        prlimit( server.pid(), RLIMIT_NOFILE, &limit, nullptr );
+        second.emplace( server.socketPath() );
+        second->send( nothing );
+    }
+
+    static constexpr const char *paused = ": nobody is accepted for now: Too many open files\n";
+    const Smbus::TransactionRequest nothing;
+    ServerProcess server;
+    std::optional<RawClient> first{ server.socketPath() };
+    std::optional<RawClient> second;
+};
+
+TEST_F( DescriptorLimitTest, ClientAboveItIsServedWhenAnotherLeaves ) {
+    EXPECT_TRUE( server.waitForLog( paused ) );
+    EXPECT_TRUE( first->ask( nothing ) );
+    first.reset();
+    EXPECT_TRUE( second->answer() );
+}
+
+TEST_F( DescriptorLimitTest, ServerStopsAllTheSame ) {
+    EXPECT_TRUE( server.waitForLog( paused ) );
+    EXPECT_EQ( 0, server.stop() );
+    EXPECT_TRUE( fs::is_empty( server.folder() ) );
+}
+
+TEST( FewDescriptorsTest, ServerSaysWhatItLacksUntilItHasEnough ) {
+    if ( isSanitized ) {
+        GTEST_SKIP() << descriptorsAreTaken;
+    }
+    const Service::Folder folder;
+    const std::string script = folder.file( "few" );
+    int failures = 0;
+    for ( int limit = 4; limit < 64; ++limit ) {
+        std::ofstream( script ) << "#!/bin/sh\nexec 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-\n"
+                                << "ulimit -n " << limit << "\nexec " << Service::program
+                                << " \"$@\"\n";
+        fs::permissions( script, fs::perms::owner_all );
+        try {
+            ServerProcess server( {}, { "--record", folder.file( "recording" ) }, script );
+            EXPECT_EQ( 0, server.stop() );
+            break;
+        } catch ( const std::runtime_error &error ) {
+            ++failures;
+            EXPECT_TRUE( std::string( error.what() ).ends_with( ": Too many open files\n" ) )
+                << error.what();
+        }
+    }
+    EXPECT_LT( 2, failures ); // the loop, the sockets, the signals
+    EXPECT_GT( 60, failures );
+}

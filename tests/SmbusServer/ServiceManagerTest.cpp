@@ -15,6 +15,7 @@
 #include <string>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -95,7 +96,7 @@ class ActivationTest : public testing::Test {
         names_ += ( names_.empty() ? "" : ":" ) + unit;
     }
 
-    void start() {
+    void start( const std::string &group = {} ) {
         const std::string control = folder_.file( "own-control" );
         pid_ = fork();
         if ( pid_ == 0 ) {
@@ -105,7 +106,7 @@ class ActivationTest : public testing::Test {
             setenv( "LISTEN_FDS", std::to_string( sockets_.size() ).c_str(), 1 );
             setenv( "LISTEN_FDNAMES", names_.c_str(), 1 );
             execl( program.c_str(), program.c_str(), "--board", boardFile.c_str(), "--control",
-                   control.c_str(), nullptr );
+                   control.c_str(), group.empty() ? nullptr : "--group", group.c_str(), nullptr );
             _exit( 127 );
         }
     }
@@ -196,6 +197,28 @@ TEST_F( ActivationTest, HandedSocketsAreNotInheritedByAProgramThatItWouldStart )
     RawClient( path( "smbusd.sock" ) ).ask( inletReads( 1, 1 ) );
     EXPECT_TRUE( closesOnExec( pid(), firstHandedOver ) );
     EXPECT_TRUE( closesOnExec( pid(), firstHandedOver + 1 ) );
+}
+
+TEST_F( ActivationTest, HandedSocketsKeepTheGroupThatTheUnitGaveThem ) {
+    hand( "smbusd.sock" );
+    hand( "smbusd.sock.ctl" );
+    struct stat before = {};
+    ASSERT_EQ( 0, stat( path( "smbusd.sock" ).c_str(), &before ) );
+    start( before.st_gid == 0 ? "daemon" : "root" );
+    RawClient client( path( "smbusd.sock" ) );
+    client.ask( inletReads( 1, 1 ) );
+    struct stat after = {};
+    ASSERT_EQ( 0, stat( path( "smbusd.sock" ).c_str(), &after ) );
+    EXPECT_EQ( before.st_gid, after.st_gid );
+    EXPECT_EQ( 0, stop() );
+}
+
+TEST_F( ActivationTest, NumberOfSocketsThatIsNoneIsRefused ) {
+    const ProgramResult result =
+        runProgram( { "/bin/sh", "-c", "LISTEN_PID=$$ LISTEN_FDS=two exec \"$0\" --board \"$1\"",
+                      program, boardFile } );
+    EXPECT_EQ( 3, result.status );
+    EXPECT_EQ( "kavra-smbusd: sockets handed over by systemd: Invalid argument\n", result.err );
 }
 
 TEST_F( ActivationTest, ThirdSocketHasNoUse ) {

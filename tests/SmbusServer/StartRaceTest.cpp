@@ -1,19 +1,81 @@
 #include "tests/SmbusServer/RawClient.h"
 #include "tests/SmbusServer/Service.h"
+#include "tests/support/RunProgram.h"
+#include "tests/support/ServerProcess.h"
 
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <string>
+#include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace fs = std::filesystem;
 using namespace Service;
+
+/// Another server that is about to look at the socket: it has the lock.
+class StartLockTest : public testing::Test {
+  protected:
+    StartLockTest() {
+        close( listenAt( path, SOCK_STREAM ) ); // and there is a stale socket
+        EXPECT_EQ( 0, flock( lock, LOCK_EX | LOCK_NB ) );
+        inotify_add_watch( attempts, lockFile.c_str(), IN_OPEN );
+    }
+    ~StartLockTest() override {
+        close( attempts );
+        close( lock );
+    }
+
+    /// Returns when somebody has tried to get the lock so many times.
+    void waitForAttempts( size_t count ) const {
+        std::array<char, 4096> events;
+        for ( size_t seen = 0; seen < count; ) {
+            pollfd event = { attempts, POLLIN, 0 };
+            ASSERT_EQ( 1, poll( &event, 1, 20'000 ) );
+            const ssize_t size = read( attempts, events.data(), events.size() );
+            ASSERT_GT( size, 0 );
+            seen += static_cast<size_t>( size ) / sizeof( inotify_event );
+        }
+    }
+
+    const Folder folder;
+    const std::string path = folder.file( "s.sock" );
+    const std::string lockFile = path + ".lock";
+    const std::vector<std::string> command = { program, "--board", boardFile, "--socket", path };
+    const int lock = open( lockFile.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600 );
+    const int attempts = inotify_init1( IN_CLOEXEC );
+};
+
+TEST_F( StartLockTest, ServerThatFindsTheLockTakenWaitsForIt ) {
+    std::thread release( [&] {
+        waitForAttempts( 3 );
+        fs::remove( lockFile ); // as its owner does when it has the socket
+        flock( lock, LOCK_UN );
+    } );
+    ServerProcess server( {}, { "--socket", path } );
+    release.join();
+    RawClient client( path );
+    EXPECT_TRUE( client.ask( inletReads( 1, 1 ) ) );
+    EXPECT_EQ( 0, server.stop() );
+}
+
+TEST_F( StartLockTest, ServerDoesNotWaitForEver ) {
+    const ProgramResult result = runProgram( command );
+    EXPECT_EQ( 3, result.status );
+    EXPECT_EQ( "kavra-smbusd: " + path + ": another server has been starting for too long\n",
+               result.err );
+    EXPECT_TRUE( fs::exists( path ) );
+}
 
 // Two that look at a stale socket at one instant: one of them serves, the other says why not.
 TEST( StartRaceTest, OneOfTwoServersGetsAStaleSocket ) {

@@ -184,6 +184,27 @@ TEST_F( CallTest, SocketOfAnotherKindIsLeftAlone ) {
     close( other );
 }
 
+TEST_F( CallTest, StaleSocketOfAnotherUserInASharedFolderIsNotHad ) {
+    constexpr uid_t other = 65534;
+    if ( geteuid() != 0 ) {
+        GTEST_SKIP() << "only root can leave another user's socket";
+    }
+    const Service::Folder folder;
+    const std::string path = folder.file( "stale" );
+    close( Service::listenAt( path, SOCK_STREAM ) );
+    ASSERT_EQ( 0, chown( path.c_str(), other, other ) );
+    ASSERT_EQ( 0, chown( folder.path().c_str(), other, other ) );
+    ASSERT_EQ( 0, chmod( folder.path().c_str(), 01777 ) );
+    const ProgramResult result =
+        runProgram( { "/usr/bin/setpriv", "--inh-caps=-fowner", "--bounding-set=-fowner", program,
+                      "--board", board, "--socket", path } );
+    EXPECT_EQ( 3, result.status );
+    EXPECT_EQ( "kavra-smbusd: " + path +
+                   ": a stale socket cannot be removed: Operation not permitted\n",
+               result.err );
+    EXPECT_TRUE( fs::is_socket( path ) );
+}
+
 TEST( ServerProcessTest, PutsTheEnvironmentBackAndRemovesItsFolder ) {
     setenv( "SMBUSD_SOCKET", "/before", 1 );
     std::string folder;

@@ -4,7 +4,6 @@
 #include "KavraGeneric/Drivers/Drivers.h"
 #include "KavraGeneric/Drivers/Registry.h"
 
-#include <csignal>
 #include <cstdio>
 #include <deque>
 
@@ -55,12 +54,6 @@ class TestDevice final : public Component::HardwareDevice {
     Offer &offer_;
 };
 
-void writeTraces( int ) {
-    for ( const FakeHost::Line &line : FakeHost::get().lines ) {
-        std::fprintf( stderr, "%d %s\n", line.level, line.text.c_str() );
-    }
-}
-
 } // namespace
 
 DeviceClassTest::DeviceClassTest() {
@@ -96,10 +89,6 @@ std::string DeviceClassTest::printed( const void *pointer ) {
     char text[32];
     std::snprintf( text, sizeof text, "%p", pointer );
     return text;
-}
-
-void DeviceClassTest::showTracesOnAbort() {
-    std::signal( SIGABRT, writeTraces );
 }
 
 const char *DeviceClassTest::testDeviceWith( const std::string &driverArgs ) {

@@ -53,8 +53,6 @@ class DeviceClassTest : public LibraryFixture {
     static std::vector<std::string> tracesAfter( const std::string &text );
     /// A pointer as "%p" prints it.
     static std::string printed( const void *pointer );
-    /// Has the traces written to stderr when an assertion ends the process.
-    static void showTracesOnAbort();
 
     /// Needs no access method.
     static constexpr const char *testDevice =

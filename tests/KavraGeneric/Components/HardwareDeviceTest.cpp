@@ -73,6 +73,27 @@ TEST_F( HardwareDeviceTest, FailedAccessMethodGivesNull ) {
     EXPECT_FALSE( isEntered( 8 ) );
 }
 
+TEST_F( HardwareDeviceTest, AccessMethodGoesWithTheDeviceThatTheFactoryRefuses ) {
+    driver( "Refusing", [] { return nullptr; } );
+    loadTopology( R"([ { "type": "I2C", "ham": "KavraSmbus", "id": 1,
+        "devices": [ { "did": 100, "driver": "PCA9548", "address": { "address": 112 } } ],
+        "muxes": [ { "did": 100, "busses": [ { "id": 4, "devices": [ { "did": 7 } ] } ] } ] } ])" );
+    EXPECT_EQ( nullptr, create( text( "Refusing", 7, R"("provideHam": 1)" ) ) );
+    EXPECT_NE( nullptr, factoryHam );
+    EXPECT_TRUE( isEntered( 100 ) ); // the mux stays, its channel has gone
+    EXPECT_FALSE( isEntered( 7 ) );
+}
+
+TEST_F( HardwareDeviceTest, SimulatedAccessMethodGoesWithTheDeviceThatTheFactoryRefuses ) {
+    driver( "Refusing", [] { return nullptr; } );
+    simulate();
+    boardWithDevice7();
+    create( text( "Probe", 70, R"("provideHam": 0)" ) ); // decides
+    EXPECT_EQ( nullptr, create( text( "Refusing", 7, R"("provideHam": 1)" ) ) );
+    EXPECT_TRUE( host().traced( 0, "creating SimHam HAM using topology information" ) );
+    EXPECT_FALSE( isEntered( 7 ) );
+}
+
 TEST_F( HardwareDeviceTest, GivenAccessMethodIsUsed ) {
     EXPECT_EQ( probe, createWith( &ham_, text( "Probe", 7, R"("provideHam": 1)" ) ) );
     EXPECT_EQ( &ham_, factoryHam );

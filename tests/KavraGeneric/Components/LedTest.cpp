@@ -3,6 +3,9 @@
 #include "tests/KavraGeneric/Components/DeviceClassTest.h"
 #include "tests/KavraGeneric/Components/Layout.h"
 
+#include <new>
+#include <utility>
+
 namespace {
 
 using Component::LogicalDevice::Led;
@@ -18,6 +21,9 @@ class TestLed final : public Led {
     bool handleBlinkTimer( bool phase ) override {
         *log += name;
         *log += phase ? '1' : '0';
+        if ( std::exchange( memoryIsOut, false ) ) {
+            throw std::bad_alloc();
+        }
         return ticksLeft-- > 1;
     }
     pl_status setLightSetting( pl_led_status setting ) override {
@@ -31,6 +37,7 @@ class TestLed final : public Led {
     const char name;
     std::string *const log;
     int ticksLeft = 1000;
+    bool memoryIsOut = false; ///< at the next tick
     pl_led_status shown = PL_LED_OFF;
 };
 
@@ -135,7 +142,7 @@ TEST_F( LedDeathTest, HostThatGivesNoTimerEndsTheProcess ) {
     host().timerAddFails = true;
     EXPECT_DEATH(
         {
-            showTracesOnAbort();
+            tellTracesWhenDying();
             Led::createBlinkTimer();
         },
         testing::AllOf( testing::HasSubstr( "Assertion `blinkTimer_' failed" ),
@@ -146,7 +153,7 @@ TEST_F( LedDeathTest, HostThatGivesNoTimerEndsTheProcess ) {
 TEST_F( LedDeathTest, RegistrationWithoutTheTimerEndsTheProcess ) {
     EXPECT_DEATH(
         {
-            showTracesOnAbort();
+            tellTracesWhenDying();
             Led::notifyOnBlink( &a );
         },
         testing::AllOf(
@@ -239,6 +246,17 @@ TEST_F( LedTest, PhaseTurnsAlsoOnATickThatLeavesNoLamp ) {
     tick();
     EXPECT_EQ( "a0b1", log );
     EXPECT_THAT( blinkTimer().periods, ElementsAre( 1000, 1000, 1000 ) );
+}
+
+TEST_F( LedTest, TickThatThrowsTurnsThePhaseAndIsFollowedByTheNext ) {
+    Led::createBlinkTimer();
+    Led::notifyOnBlink( &a );
+    Led::notifyOnBlink( &b );
+    a.memoryIsOut = true;
+    EXPECT_THROW( tick(), std::bad_alloc );
+    EXPECT_TRUE( blinkTimer().armed );
+    tick();
+    EXPECT_EQ( "a0a1b1", log );
 }
 
 TEST_F( LedTest, TimerThatCannotBeArmedIsIgnored ) {

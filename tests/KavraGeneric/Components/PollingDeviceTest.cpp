@@ -3,6 +3,7 @@
 #include "KavraGeneric/Components/HardwareDevice.h"
 #include "tests/support/LibraryFixture.h"
 
+#include <new>
 #include <type_traits>
 
 namespace {
@@ -22,12 +23,16 @@ class Poller final : public Polling {
         ++pollCount;
         pl_trace( 6, "polled" );
         armedDuringPoll = FakeHost::get().timers.front()->armed;
+        if ( memoryIsOut ) {
+            throw std::bad_alloc();
+        }
     }
 
     using Polling::pollArmed_;
     using Polling::pollStart;
     int pollCount = 0;
     bool armedDuringPoll = true;
+    bool memoryIsOut = false;
 };
 
 class PollingDeviceTest : public LibraryFixture {
@@ -88,6 +93,18 @@ TEST_F( PollingDeviceTest, DeviceWithoutATimerCannotStart ) {
     Poller poller( 3000 );
     EXPECT_FALSE( poller.pollStart() );
     EXPECT_EQ( "failed to set timer interval", host().texts( 0 ).back() );
+}
+
+TEST_F( PollingDeviceTest, PollThatThrowsIsFollowedByTheNext ) {
+    Poller poller( 3000 );
+    start( poller );
+    poller.memoryIsOut = true;
+    EXPECT_THROW( tick(), std::bad_alloc );
+    EXPECT_TRUE( timer().armed );
+    poller.memoryIsOut = false;
+    tick();
+    EXPECT_EQ( 2, poller.pollCount );
+    EXPECT_TRUE( timer().armed );
 }
 
 TEST_F( PollingDeviceTest, FailedArmingEndsThePolling ) {

@@ -270,17 +270,17 @@ void expectEnd( const std::string &trace, void ( *add )() ) {
 }
 
 TEST_F( XcvrDeathTest, MissingIdIsTracedAndEndsTheProcess ) {
-    showTracesOnAbort();
+    tellTracesWhenDying();
     expectEnd( "No id argument given for Xcvr", [] { add( R"("type": "sfp")" ); } );
 }
 
 TEST_F( XcvrDeathTest, MissingTypeIsTracedAndEndsTheProcess ) {
-    showTracesOnAbort();
+    tellTracesWhenDying();
     expectEnd( "No type argument given for Xcvr", [] { add( R"("id": 3)" ); } );
 }
 
 TEST_F( XcvrDeathTest, TypeMatchesExactlyOrEndsTheProcess ) {
-    showTracesOnAbort();
+    tellTracesWhenDying();
     expectEnd( "Xcvr type QSFP not supported", [] { add( R"("id": 3, "type": "QSFP")" ); } );
     expectEnd( "Xcvr type sfp++ not supported", [] { add( R"("id": 3, "type": "sfp++")" ); } );
     expectEnd( "Xcvr type  not supported", [] { add( R"("id": 3, "type": "")" ); } );

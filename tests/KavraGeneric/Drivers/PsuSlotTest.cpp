@@ -3,9 +3,25 @@
 #include "tests/KavraGeneric/Drivers/PsuSlotFixture.h"
 #include "tests/support/SimulationFolder.h"
 
+#include <cstdlib>
+#include <cstring>
+
 namespace {
 
 using Drivers::PsuSlot;
+
+bool copiesFail = false;
+
+} // namespace
+
+// Stands in place of the C library's, for the library under test as well.
+extern "C" char *strdup( const char *text ) noexcept {
+    const size_t size = strlen( text ) + 1;
+    void *memory = copiesFail ? nullptr : malloc( size );
+    return memory ? static_cast<char *>( memcpy( memory, text, size ) ) : nullptr;
+}
+
+namespace {
 
 TEST_F( PsuSlotTest, KnownSupplyIsDescribed ) {
     add( "pmbus" );
@@ -53,6 +69,20 @@ TEST_F( PsuSlotTest, EachTextIsTheCallersOwn ) {
     for ( char *given : texts ) {
         free( given );
     }
+}
+
+TEST_F( PsuSlotTest, TextThatThereIsNoMemoryForIsAFailureUntilThereIs ) {
+    add( "pmbus" );
+    copiesFail = true;
+    for ( int i = 0; i < 2; ++i ) {
+        answerBlocks( "MODEL-A", "S1" );
+        EXPECT_EQ( PL_STATUS_FAILED, presence() );
+        EXPECT_EQ( "none", fdl );
+    }
+    copiesFail = false;
+    answerBlocks( "MODEL-A", "S1" );
+    EXPECT_EQ( PL_STATUS_OK, presence() );
+    EXPECT_EQ( "<A S1>", fdl );
 }
 
 TEST_F( PsuSlotTest, NewSerialNumberOrModelRebuildsTheText ) {

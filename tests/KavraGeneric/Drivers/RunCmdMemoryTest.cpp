@@ -1,8 +1,11 @@
 #include "KavraGeneric/Drivers/Helpers.h"
 
+#include "tests/support/FakeHost.h"
+
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <iterator>
@@ -37,6 +40,11 @@ void *operator new( size_t size ) {
 void *operator new( size_t size, const std::nothrow_t & ) noexcept {
     return size <= largestAllocation ? std::malloc( size ) : nullptr;
 }
+extern "C" char *strdup( const char *text ) noexcept {
+    const size_t size = strlen( text ) + 1;
+    void *memory = size <= largestAllocation ? std::malloc( size ) : nullptr;
+    return memory ? static_cast<char *>( memcpy( memory, text, size ) ) : nullptr;
+}
 void operator delete( void *memory ) noexcept {
     std::free( memory );
 }
@@ -56,4 +64,17 @@ TEST( RunCmdMemoryTest, OutputWithoutRoomIsThrownAndTheCommandEnded ) {
     EXPECT_EQ( ECHILD, errno );
     EXPECT_EQ( PL_STATUS_OK, Drivers::runCmd( "echo next", output, 20 ) );
     EXPECT_EQ( "next\n", output );
+}
+
+TEST( InsertDriverArgMemoryTest, TextWithoutRoomIsTracedAndLeavesTheOutputAlone ) {
+    FakeHost::get().reset();
+    const std::string longValue( 2000, 'x' );
+    char *rewritten = nullptr;
+    {
+        const ScarceMemory scarce( longValue.size() );
+        EXPECT_FALSE( Drivers::insertDriverArg( R"({"did":1,"driverArgs":{"a":1}})", &rewritten,
+                                                "psuId", longValue.c_str() ) );
+    }
+    EXPECT_EQ( nullptr, rewritten );
+    EXPECT_TRUE( FakeHost::get().traced( 0, "no memory for psu devArgs" ) );
 }

@@ -1,8 +1,12 @@
 #include "KavraGeneric/Drivers/Drivers.h"
+#include "tests/KavraGeneric/Drivers/ChipHam.h"
 #include "tests/KavraGeneric/Drivers/Vunda/XcvrFixture.h"
 
 #include <memory>
+#include <new>
+#include <optional>
 #include <set>
+#include <string>
 
 namespace {
 
@@ -191,6 +195,25 @@ TEST_F( XcvrPollTest, TickThatCannotArmTheTimerIsNotFatal ) {
     host().tick( pollTimer() );
     EXPECT_EQ( Strings{ "failed to set timer interval" }, host().texts( 0 ) );
     EXPECT_FALSE( pollTimer().armed );
+}
+
+TEST_F( XcvrPollTest, TickThatThrowsArmsTheTimerAgain ) {
+    bool memoryIsOut = false;
+    ChipHam chip( [&]( unsigned, unsigned ) -> std::optional<std::string> {
+        if ( memoryIsOut ) {
+            throw std::bad_alloc();
+        }
+        return std::string( 1, '\x01' );
+    } );
+    Ham::hams["KavraSmbus"] = [&]( const auto &, const auto & ) { return &chip; };
+    addQsfp();
+    bitOf( 16, 0 );
+    memoryIsOut = true;
+    EXPECT_THROW( host().tick( pollTimer() ), std::bad_alloc );
+    EXPECT_TRUE( pollTimer().armed );
+    memoryIsOut = false;
+    host().tick( pollTimer() );
+    EXPECT_EQ( 1, bitOf( 16, 0 ) );
 }
 
 using XcvrPollDeathTest = XcvrTest;
