@@ -7,9 +7,12 @@
 #include "fuzz/Targets.h"
 #include "fuzz/TemporaryFolder.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <string>
+#include <sys/mman.h>
 
 namespace {
 
@@ -25,6 +28,20 @@ void useOnFile( const Fuzz::BoardDocuments::Entry &entry, const std::string &con
     entry.deviceClass->addAndUse( entry.arguments, calls );
 }
 
+// The library keeps what it maps for as long as the process lives, and a process has some ten
+// thousand mappings.
+void unmapFilesIn( const std::string &folder ) {
+    std::ifstream maps( "/proc/self/maps" );
+    for ( std::string line; std::getline( maps, line ); ) {
+        if ( line.find( folder ) != std::string::npos ) {
+            char *end = nullptr;
+            const uintptr_t first = std::strtoul( line.c_str(), &end, 16 );
+            const uintptr_t behind = std::strtoul( end + 1, nullptr, 16 );
+            munmap( reinterpret_cast<void *>( first ), behind - first );
+        }
+    }
+}
+
 } // namespace
 
 void Fuzz::simulationFile( std::string_view input ) {
@@ -37,4 +54,5 @@ void Fuzz::simulationFile( std::string_view input ) {
     const BoardDocuments::Entry &entry = entries[bytes.byte() % entries.size()];
     const std::string content( bytes.take( bytes.word() ) );
     underContract( [&] { useOnFile( entry, content, folder.path(), bytes ); }, "simulation" );
+    unmapFilesIn( folder.path() );
 }
