@@ -3,12 +3,12 @@
 #include "Conformance/CageValues.h"
 #include "Conformance/Check.h"
 #include "Conformance/HostServices.h"
+#include "Conformance/ProcessState.h"
 #include "Conformance/Runner.h"
 #include "Conformance/Subject.h"
 
 #include <cerrno>
 #include <clocale>
-#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <link.h>
@@ -41,11 +41,6 @@ void use( Subject &subject ) {
     subject.add( DeviceClass::tempSensor, "{" );
 }
 
-size_t threads() {
-    const fs::directory_iterator tasks( "/proc/self/task" );
-    return static_cast<size_t>( std::distance( begin( tasks ), end( tasks ) ) );
-}
-
 void noThreadIsStarted( Subject &subject ) {
     const size_t before = threads();
     use( subject );
@@ -57,25 +52,6 @@ void noChildIsLeft( Subject &subject ) {
     use( subject );
     require( waitpid( -1, nullptr, WNOHANG ) < 0 && errno == ECHILD,
              "a process that the library started was left behind" );
-}
-
-struct Disposition {
-    void ( *handler )( int );
-    int flags;
-    bool isBlocked;
-    bool operator==( const Disposition & ) const = default;
-};
-
-std::map<int, Disposition> dispositions() {
-    sigset_t blocked;
-    sigprocmask( SIG_BLOCK, nullptr, &blocked );
-    std::map<int, Disposition> all;
-    for ( int number = 1; number < NSIG; ++number ) {
-        struct sigaction action = {};
-        sigaction( number, nullptr, &action );
-        all[number] = { action.sa_handler, action.sa_flags, sigismember( &blocked, number ) == 1 };
-    }
-    return all;
 }
 
 void signalsStay( Subject &subject ) {

@@ -33,6 +33,9 @@ add_compile_options(
     $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>
     $<$<CXX_COMPILER_ID:Clang>:-Wunreachable-code>
 )
+if(CMAKE_UNITY_BUILD) # what one source has for itself stands before the next
+    add_compile_options(-Wno-shadow $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
+endif()
 add_compile_definitions(_GLIBCXX_ASSERTIONS $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
 add_compile_options($<$<CONFIG:Release>:-fstack-protector-strong>)
 add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,--as-needed)

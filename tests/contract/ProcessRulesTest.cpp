@@ -1,6 +1,7 @@
 // The library is a guest in its host's process: what it may not do there while a host loads it,
 // calls every entry point, adds every device of the board and calls every callback of each, on the
 // emulated board and in simulation.
+#include "Conformance/ProcessState.h"
 #include "HostTool/Explain/Callbacks.h"
 #include "HostTool/Host/AbortNote.h"
 #include "HostTool/Host/Devices.h"
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -65,6 +65,8 @@ extern "C" const char *__asan_default_options() {
 
 namespace {
 
+using Conformance::dispositions;
+using Conformance::threads;
 using testing::ElementsAre;
 
 enum class Access { board, simulation };
@@ -152,30 +154,6 @@ INSTANTIATE_TEST_SUITE_P( Access, ProcessRulesTest,
                           []( const auto &access ) {
                               return access.param == Access::board ? "Board" : "Simulation";
                           } );
-
-size_t threads() {
-    const std::filesystem::directory_iterator tasks( "/proc/self/task" );
-    return static_cast<size_t>( std::distance( begin( tasks ), end( tasks ) ) );
-}
-
-struct Disposition {
-    void ( *handler )( int );
-    int flags;
-    bool isBlocked;
-    bool operator==( const Disposition & ) const = default;
-};
-
-std::map<int, Disposition> dispositions() {
-    sigset_t blocked;
-    sigprocmask( SIG_BLOCK, nullptr, &blocked );
-    std::map<int, Disposition> all;
-    for ( int number = 1; number < NSIG; ++number ) {
-        struct sigaction action = {};
-        sigaction( number, nullptr, &action );
-        all[number] = { action.sa_handler, action.sa_flags, sigismember( &blocked, number ) == 1 };
-    }
-    return all;
-}
 
 /// Descriptors that a command started by the host would inherit, with what they are.
 std::map<int, std::string> inheritable() {

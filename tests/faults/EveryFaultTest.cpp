@@ -8,6 +8,7 @@
 #include "tests/support/SimulationFolder.h"
 
 #include "KavraGeneric/Drivers/Helpers.h"
+#include "tests/support/Sanitized.h"
 
 #include <PlatformLibrary/pl.h>
 
@@ -25,7 +26,7 @@ extern "C" const char *__asan_default_options() {
 namespace {
 
 constexpr unsigned stepOfFew = 7; // where an operation or two are tried
-constexpr unsigned stepOfCalls = Sweep::isSanitized ? Sweep::usualStep : 1;
+constexpr unsigned stepOfCalls = isSanitized ? Sweep::usualStep : 1;
 
 class EveryFaultTest : public Sweep {
   protected:

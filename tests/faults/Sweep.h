@@ -3,6 +3,7 @@
 #include "tests/faults/BoardServer.h"
 #include "tests/faults/Operations.h"
 #include "tests/faults/Trial.h"
+#include "tests/support/Sanitized.h"
 
 #include <gtest/gtest.h>
 
@@ -17,14 +18,6 @@
 /// and for ever.
 class Sweep : public testing::Test {
   public:
-#if defined( __SANITIZE_ADDRESS__ )
-    static constexpr bool isSanitized = true;
-#elif defined( __clang__ )
-    static constexpr bool isSanitized = __has_feature( address_sanitizer );
-#else
-    static constexpr bool isSanitized = false;
-#endif
-
     // Has no divisor in common with the numbers of ways to fail, so that each comes up. A process
     // under a sanitizer forks slowly.
     static constexpr unsigned usualStep = isSanitized ? 29 : 7;
@@ -44,18 +37,12 @@ class Sweep : public testing::Test {
     void meetEntry( const HostTool::Entry &entry );
 
     /// Not with KAVRA_FAULTS_ALL: then each place is tried.
-    void stepIs( unsigned step ) {
-        step_ = everyPlace_ ? 1 : step;
-    }
+    void stepIs( unsigned step ) { step_ = everyPlace_ ? 1 : step; }
     /// From here on: operations are of other types, and registers are files.
-    void isSimulated() {
-        prefix_ = "simulated ";
-    }
+    void isSimulated() { prefix_ = "simulated "; }
 
     static void perform( const Operation &operation );
-    const std::vector<Operation> &initialisations() const {
-        return initialisations_;
-    }
+    const std::vector<Operation> &initialisations() const { return initialisations_; }
 
     static const std::string board; ///< the folder
 

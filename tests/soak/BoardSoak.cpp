@@ -2,6 +2,7 @@
 
 #include "tests/soak/Sabotage.h"
 #include "tests/soak/VirtualHost.h"
+#include "tests/support/Sanitized.h"
 
 #include <stdexcept>
 #include <unistd.h>
@@ -35,8 +36,7 @@ BoardSoak::BoardSoak( const Options &options )
       world_( server_.controlPath() ), library_( options.library, options.board ),
       faults_( random_, world_, options.faultsOneIn ),
       lamps_( world_ ), parts_{ &sensors_, &trays_, &supplies_, &cages_, &lamps_ },
-      host_( "host", !Footprint::keptByChecker ),
-      serverWatch_( "server", !Footprint::keptByChecker ) {
+      host_( "host", !isSanitized ), serverWatch_( "server", !isSanitized ) {
     judge_.seedIs( options.seed );
     lamps_.randomIs( random_ );
 }

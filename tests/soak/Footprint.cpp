@@ -11,14 +11,6 @@ namespace Soak {
 
 namespace fs = std::filesystem;
 
-#if defined( __SANITIZE_ADDRESS__ )
-const bool Footprint::keptByChecker = true;
-#elif defined( __clang__ )
-const bool Footprint::keptByChecker = __has_feature( address_sanitizer );
-#else
-const bool Footprint::keptByChecker = false;
-#endif
-
 static uint64_t entriesOf( const fs::path &folder ) {
     return static_cast<uint64_t>(
         std::distance( fs::directory_iterator( folder ), fs::directory_iterator() ) );

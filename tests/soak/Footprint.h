@@ -19,9 +19,6 @@ struct Footprint {
 
     std::array<uint64_t, names.size()> amounts = {};
 
-    /// Whether this program and what it runs are built with a checker that keeps what is freed.
-    static const bool keptByChecker;
-
     /// Throws std::runtime_error when there is no such process.
     static Footprint of( pid_t pid );
 };

@@ -1,6 +1,7 @@
 #include "tests/soak/Library.h"
 
 #include "tests/soak/VirtualHost.h"
+#include "tests/soak/WholeFile.h"
 
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
@@ -9,23 +10,11 @@
 #include <algorithm>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <fstream>
 #include <iterator>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 
 namespace Soak {
-
-static std::string contentOf( const std::string &path ) {
-    const std::ifstream file( path );
-    if ( !file ) {
-        throw std::runtime_error( path + " cannot be read" );
-    }
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 Library::Library( const std::string &path, const std::string &boardFolder )
     : handle_( dlopen( path.c_str(), RTLD_NOW ) ),

@@ -1,24 +1,18 @@
 #include "tests/soak/SimulatedFile.h"
 
+#include "tests/soak/WholeFile.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <unistd.h>
 #include <utility>
 
 namespace Soak {
-
-static std::string contentOf( const std::string &path ) {
-    std::ostringstream text;
-    text << std::ifstream( path ).rdbuf();
-    return text.str();
-}
 
 static std::string digits( unsigned value, size_t width ) {
     std::array<char, 16> text;

@@ -2,6 +2,7 @@
 
 #include "tests/soak/Sabotage.h"
 #include "tests/soak/VirtualHost.h"
+#include "tests/support/Sanitized.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -18,7 +19,7 @@ SimulationSoak::SimulationSoak( const Options &options )
     : options_( options ), random_( options.seed ),
       server_( options.board + "/emulation.json", {}, options.server ),
       folder_( server_.folder() + "/registers" ), library_( options.library, options.board ),
-      host_( "host", !Footprint::keptByChecker ) {
+      host_( "host", !isSanitized ) {
     setenv( "SIMULATION_VMID", "1", 1 );
     setenv( "KAVRALIB_SIMDIR", folder_.c_str(), 1 );
     judge_.seedIs( options.seed );

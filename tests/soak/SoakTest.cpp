@@ -1,6 +1,7 @@
 // A short soak in the usual run, and that a soak fails when it should.
 #include "tests/soak/Footprint.h"
 #include "tests/support/RunProgram.h"
+#include "tests/support/Sanitized.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -52,7 +53,7 @@ TEST( SoakTest, AMappingThatLeaksIsFound ) {
 }
 
 TEST( SoakTest, MemoryThatLeaksIsFound ) {
-    if ( Soak::Footprint::keptByChecker ) {
+    if ( isSanitized ) {
         GTEST_SKIP() << "resident memory is not judged";
     }
     const ProgramResult result = soak( { "--polls", "1000", "--sabotage", "memory" } );
