@@ -28,8 +28,8 @@ void useOnFile( const Fuzz::BoardDocuments::Entry &entry, const std::string &con
     entry.deviceClass->addAndUse( entry.arguments, calls );
 }
 
-// The library keeps what it maps for as long as the process lives, and a process has some ten
-// thousand mappings.
+// The library keeps what it maps for as long as the process lives, and a process has some 65,000
+// mappings.
 void unmapFilesIn( const std::string &folder ) {
     std::ifstream maps( "/proc/self/maps" );
     for ( std::string line; std::getline( maps, line ); ) {
