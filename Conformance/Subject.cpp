@@ -4,11 +4,46 @@
 
 #include <algorithm>
 #include <dlfcn.h>
+#include <iterator>
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
 namespace Conformance {
+
+namespace {
+
+template <class Record>
+void *addByText( Subject &subject, const std::string &name, const char *arguments ) {
+    return subject.entryPoint<Record *( const char * )>( name )( arguments );
+}
+
+void *addSensor( Subject &subject, const std::string &name, const char *arguments, float alert,
+                 float critical ) {
+    return subject.entryPoint<pl_temp_sensor *( const char *, float, float )>( name )(
+        arguments, alert, critical );
+}
+
+void *addSmbus( Subject &subject, const std::string &name, const char *argumentsOrBus,
+                unsigned address ) {
+    return subject.entryPoint<pl_smbus *( const char *, unsigned )>( name )( argumentsOrBus,
+                                                                             address );
+}
+
+struct ByText {
+    DeviceClass deviceClass;
+    void *( *add )( Subject &subject, const std::string &name, const char *arguments );
+};
+
+// Each entry point gives the record of its own class.
+constexpr ByText byText[] = {
+    { DeviceClass::fan, addByText<pl_fan> },       { DeviceClass::psu, addByText<pl_psu> },
+    { DeviceClass::slot, addByText<pl_slot> },     { DeviceClass::xcvr, addByText<pl_xcvr> },
+    { DeviceClass::led, addByText<pl_led> },       { DeviceClass::gpio, addByText<pl_gpio> },
+    { DeviceClass::system, addByText<pl_system> },
+};
+
+} // namespace
 
 std::string entryPointName( DeviceClass deviceClass, const char *ending ) {
     return std::string( "pl_" ) + HostTool::nameOf( deviceClass ) + ending;
@@ -47,24 +82,25 @@ void *Subject::add( DeviceClass deviceClass, const char *arguments ) {
     constexpr float critical = 80;
     constexpr unsigned address = 0x50;
     if ( deviceClass == DeviceClass::tempSensor ) {
-        return entryPoint<void *( const char *, float, float )>( name )( arguments, alert,
-                                                                         critical );
+        return addSensor( *this, name, arguments, alert, critical );
     }
     if ( deviceClass == DeviceClass::smbus ) {
-        return entryPoint<void *( const char *, unsigned )>( name )( arguments, address );
+        return addSmbus( *this, name, arguments, address );
     }
-    return entryPoint<void *( const char * )>( name )( arguments );
+    const auto *const row =
+        std::find_if( std::begin( byText ), std::end( byText ),
+                      [&]( const ByText &each ) { return each.deviceClass == deviceClass; } );
+    return row->add( *this, name, arguments );
 }
 
 void *Subject::add( const Entry &entry ) {
     const std::string name = entryPointName( entry.deviceClass, "_add" );
     if ( entry.thresholds ) {
-        return entryPoint<void *( const char *, float, float )>( name )(
-            entry.arguments.c_str(), entry.thresholds->alert, entry.thresholds->critical );
+        return addSensor( *this, name, entry.arguments.c_str(), entry.thresholds->alert,
+                          entry.thresholds->critical );
     }
     if ( !entry.bus.empty() ) {
-        return entryPoint<void *( const char *, unsigned )>( name )( entry.bus.c_str(),
-                                                                     entry.address );
+        return addSmbus( *this, name, entry.bus.c_str(), entry.address );
     }
     return add( entry.deviceClass, entry.arguments.c_str() );
 }

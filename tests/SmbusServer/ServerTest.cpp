@@ -223,9 +223,6 @@ INSTANTIATE_TEST_SUITE_P(
                   "a request before the answer to the last one" } ),
     []( const auto &each ) { return std::string( each.param.name ); } );
 
-static constexpr const char *descriptorsAreTaken =
-    "the sanitizers look at memory through descriptors of their own";
-
 /// A server that may have no more descriptors than it has now.
 class DescriptorLimitTest : public testing::Test {
   protected:

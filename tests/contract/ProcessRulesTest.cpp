@@ -4,6 +4,7 @@
 #include "Conformance/ProcessState.h"
 #include "HostTool/Explain/Callbacks.h"
 #include "HostTool/Host/AbortNote.h"
+#include "HostTool/Host/Classes.h"
 #include "HostTool/Host/Devices.h"
 #include "tests/support/ServerProcess.h"
 #include "tests/support/SimulationFolder.h"
@@ -122,13 +123,15 @@ class ProcessRulesTest : public testing::TestWithParam<Access> {
     }
 
     void refuseEverything() {
-        for ( const HostTool::ClassName &row : HostTool::classNames ) {
-            const std::string name = std::string( "pl_" ) + row.name;
-            EXPECT_EQ( PL_STATUS_INVALID,
-                       library().entryPoint<pl_status( const char * )>( name + "_init" )( "[" ) );
+        HostTool::Entry refused = {};
+        refused.arguments = "{";
+        refused.thresholds.emplace();
+        for ( const HostTool::ClassName &each : HostTool::classNames ) {
+            const HostTool::ClassRow &row = rowOf( each.deviceClass );
+            EXPECT_EQ( PL_STATUS_INVALID, library().entryPoint<pl_status( const char * )>(
+                                              row.initEntryPoint )( "[" ) );
             if ( row.deviceClass != HostTool::DeviceClass::system ) { // which takes any text
-                EXPECT_EQ( nullptr,
-                           library().entryPoint<void *( const char * )>( name + "_add" )( "{" ) );
+                EXPECT_EQ( nullptr, row.add( library(), row.addEntryPoint, refused ) );
             }
         }
         EXPECT_EQ( PL_STATUS_OK, library().entryPoint<pl_status( const char *, int )>(

@@ -58,7 +58,8 @@ void BoardSoak::addDevices() {
 }
 
 // What the library polls is what it has been asked for before. Each kind of fault is met once, so
-// that what the server makes with the first of them, such as its timer, is there from now on.
+// that what the server makes with the first of them, such as lists and buffers, is there from now
+// on.
 void BoardSoak::begin() {
     VirtualHost &host = VirtualHost::get();
     host.keepsFailures( false );
