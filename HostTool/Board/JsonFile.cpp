@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -32,7 +34,9 @@ class DepthGuard : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, DepthG
     bool Uint( unsigned value ) { return document_.Uint( value ); }
     bool Int64( int64_t value ) { return document_.Int64( value ); }
     bool Uint64( uint64_t value ) { return document_.Uint64( value ); }
-    bool Double( double value ) { return document_.Double( value ); }
+    bool Double( double value ) {
+        return std::isfinite( value ) && document_.Double( value ); // the reader lets a few pass
+    }
     bool String( const char *text, rapidjson::SizeType length, bool ) {
         return document_.String( text, length, true );
     }
@@ -119,8 +123,13 @@ std::optional<Flaw> JsonFile::parse() {
     const rapidjson::ParseResult result =
         isAscii ? parseGuarded<rapidjson::kParseDefaultFlags>( text_, document_ )
                 : parseGuarded<rapidjson::kParseValidateEncodingFlag>( text_, document_ );
-    if ( result.Code() == rapidjson::kParseErrorTermination ) {
-        // The parser stands behind the bracket.
+    // Where the guard ends it, the parser stands behind the bracket or the number.
+    const bool isEnded = result.Code() == rapidjson::kParseErrorTermination;
+    if ( isEnded && isdigit( static_cast<unsigned char>( text_[result.Offset() - 1] ) ) != 0 ) {
+        return Flaw{ Flaw::What::syntax, result.Offset(),
+                     rapidjson::GetParseError_En( rapidjson::kParseErrorNumberTooBig ) };
+    }
+    if ( isEnded ) {
         return Flaw{ Flaw::What::tooDeep, result.Offset() - 1,
                      "nested deeper than " + std::to_string( deepest ) + " levels" };
     }

@@ -120,7 +120,10 @@ bool insertDriverArg( const char *arguments, char **rewritten, const char *name,
                                       rapidjson::Value( value, allocator ), allocator );
     rapidjson::StringBuffer buffer;
     rapidjson::Writer<rapidjson::StringBuffer> writer( buffer );
-    document.Accept( writer );
+    if ( !document.Accept( writer ) ) { // the parser lets a few numbers pass as infinite
+        pl_trace( 0, "a number of psu devArgs is too large" );
+        return false;
+    }
     char *text = strdup( buffer.GetString() );
     if ( !text ) {
         pl_trace( 0, "no memory for psu devArgs" );

@@ -22,6 +22,12 @@ TEST_F( CheckTest, DeepDocumentsAreRefused ) {
     EXPECT_THAT( rules(), ElementsAre( "too-deep" ) );
 }
 
+TEST_F( CheckTest, NumbersThatNoDoubleHoldsAreRefused ) {
+    topology( "[\n 1" + std::string( 100, '0' ) + "e300 ]" );
+    EXPECT_THAT( rulesAndPlaces(), ElementsAre( "topology.json:2:107 syntax" ) );
+    EXPECT_THAT( report(), HasSubstr( "Number too big to be stored in double." ) );
+}
+
 TEST_F( CheckTest, AllFaultsOfAnObjectAreTold ) {
     devices( R"([ { "class": "temp_sensor", "nmae": "a", "arguments": [], "more": 1 } ])" );
     EXPECT_THAT( rules(), ElementsAre( "missing-key", "missing-key", "unknown-key", "unknown-key",

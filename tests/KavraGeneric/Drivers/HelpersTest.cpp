@@ -309,6 +309,16 @@ TEST_F( InsertDriverArgTest, SyntaxErrorIsTracedAndNothingWritten ) {
                                    "object member. offset 19" ) );
 }
 
+TEST_F( InsertDriverArgTest, NumberThatNoDoubleHoldsGivesNoText ) {
+    char unwritten = 0;
+    char *text = &unwritten;
+    const std::string large = "1" + std::string( 100, '0' ) + "e300";
+    EXPECT_FALSE(
+        insertDriverArg( ( R"({"driverArgs":{},"x":)" + large + "}" ).c_str(), &text, "a", "b" ) );
+    EXPECT_EQ( &unwritten, text );
+    EXPECT_TRUE( host().traced( 0, "a number of psu devArgs is too large" ) );
+}
+
 using InsertDriverArgDeathTest = InsertDriverArgTest;
 
 TEST_F( InsertDriverArgDeathTest, TextWithoutDriverArgsStops ) {
