@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -54,6 +53,8 @@ class DepthGuard : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, DepthG
         return document_.EndArray( count );
     }
 
+    bool isTooDeep() const { return depth_ > deepest; }
+
   private:
     bool descend() { return ++depth_ <= deepest; }
 
@@ -73,6 +74,9 @@ rapidjson::ParseResult parseGuarded( const std::string &text, rapidjson::Documen
         return !result.IsError();
     };
     document.Populate( fill );
+    if ( result.Code() == rapidjson::kParseErrorTermination && !guard.isTooDeep() ) {
+        result.Set( rapidjson::kParseErrorNumberTooBig, result.Offset() );
+    }
     return result;
 }
 
@@ -123,13 +127,8 @@ std::optional<Flaw> JsonFile::parse() {
     const rapidjson::ParseResult result =
         isAscii ? parseGuarded<rapidjson::kParseDefaultFlags>( text_, document_ )
                 : parseGuarded<rapidjson::kParseValidateEncodingFlag>( text_, document_ );
-    // Where the guard ends it, the parser stands behind the bracket or the number.
-    const bool isEnded = result.Code() == rapidjson::kParseErrorTermination;
-    if ( isEnded && isdigit( static_cast<unsigned char>( text_[result.Offset() - 1] ) ) != 0 ) {
-        return Flaw{ Flaw::What::syntax, result.Offset(),
-                     rapidjson::GetParseError_En( rapidjson::kParseErrorNumberTooBig ) };
-    }
-    if ( isEnded ) {
+    if ( result.Code() == rapidjson::kParseErrorTermination ) {
+        // The parser stands behind the bracket.
         return Flaw{ Flaw::What::tooDeep, result.Offset() - 1,
                      "nested deeper than " + std::to_string( deepest ) + " levels" };
     }
