@@ -3,6 +3,7 @@
 #include "HostTool/Failure.h"
 
 #include <rapidjson/error/en.h>
+#include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
 #include <algorithm>
@@ -63,9 +64,8 @@ class DepthGuard : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, DepthG
 };
 
 // Recursion is the fastest, and the guard keeps it from going deep.
-template <unsigned flags>
-rapidjson::ParseResult parseGuarded( const std::string &text, rapidjson::Document &document ) {
-    rapidjson::StringStream stream( text.c_str() );
+template <unsigned flags, class Stream>
+rapidjson::ParseResult parseGuarded( Stream stream, rapidjson::Document &document ) {
     DepthGuard guard( document );
     rapidjson::Reader reader;
     rapidjson::ParseResult result;
@@ -125,8 +125,11 @@ std::optional<Flaw> JsonFile::parse() {
     }
     const bool isAscii = std::all_of( text_.begin(), text_.end(), []( char c ) { return c >= 0; } );
     const rapidjson::ParseResult result =
-        isAscii ? parseGuarded<rapidjson::kParseDefaultFlags>( text_, document_ )
-                : parseGuarded<rapidjson::kParseValidateEncodingFlag>( text_, document_ );
+        isAscii ? parseGuarded<rapidjson::kParseDefaultFlags>(
+                      rapidjson::StringStream( text_.c_str() ), document_ )
+                // Of a character that the end of the text cuts off, it looks for the rest.
+                : parseGuarded<rapidjson::kParseValidateEncodingFlag>(
+                      rapidjson::MemoryStream( text_.data(), text_.size() ), document_ );
     if ( result.Code() == rapidjson::kParseErrorTermination ) {
         // The parser stands behind the bracket.
         return Flaw{ Flaw::What::tooDeep, result.Offset() - 1,

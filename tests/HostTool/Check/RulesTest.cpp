@@ -22,6 +22,11 @@ TEST_F( CheckTest, DeepDocumentsAreRefused ) {
     EXPECT_THAT( rules(), ElementsAre( "too-deep" ) );
 }
 
+TEST_F( CheckTest, CharactersThatTheEndCutsOffAreRefused ) {
+    topology( "[ \"ham\xf4" );
+    EXPECT_THAT( rules(), ElementsAre( "syntax" ) );
+}
+
 TEST_F( CheckTest, NumbersThatNoDoubleHoldsAreRefused ) {
     topology( "[\n 1" + std::string( 100, '0' ) + "e300 ]" );
     EXPECT_THAT( rulesAndPlaces(), ElementsAre( "topology.json:2:2 syntax" ) );
