@@ -78,7 +78,7 @@ static std::string timeText( uint64_t microseconds ) {
     const auto seconds = static_cast<time_t>( microseconds / second );
     tm parts = {};
     std::array<char, 64> date;
-    gmtime_r( &seconds, &parts ); // cannot fail: 64 bits of microseconds end in the year 586512
+    gmtime_r( &seconds, &parts ); // cannot fail: 64 bits of microseconds end in the year 586524
     strftime( date.data(), date.size(), "%Y-%m-%d %H:%M:%S", &parts );
     return date.data() + text( ".%06" PRIu64 "Z", microseconds % second );
 }
