@@ -33,8 +33,10 @@ add_compile_options(
     $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>
     $<$<CXX_COMPILER_ID:Clang>:-Wunreachable-code>
 )
-if(CMAKE_UNITY_BUILD) # in one translation unit a source's static names shadow another's
-    add_compile_options(-Wno-shadow $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
+if(CMAKE_UNITY_BUILD) # in one translation unit a source's static names are shadowed by another's
+    add_compile_options(-Wno-shadow
+        $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wshadow=local>
+        $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-subobject-linkage>)
 endif()
 add_compile_definitions(_GLIBCXX_ASSERTIONS $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
 add_compile_options($<$<CONFIG:Release>:-fstack-protector-strong>)
