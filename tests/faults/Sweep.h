@@ -20,7 +20,7 @@ class Sweep : public testing::Test {
   public:
     // Has no divisor in common with the numbers of ways to fail, so that each comes up. A process
     // under a sanitizer forks slowly.
-    static constexpr unsigned usualStep = isSanitized ? 59 : 7;
+    static constexpr unsigned usualStep = isSanitized ? 29 : 7;
 
   protected:
     void TearDown() override;
