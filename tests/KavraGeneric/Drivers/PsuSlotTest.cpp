@@ -1,27 +1,12 @@
 #include "KavraGeneric/Drivers/PsuSlot.h"
 
+#include "tests/KavraGeneric/Drivers/FailingAllocation.h"
 #include "tests/KavraGeneric/Drivers/PsuSlotFixture.h"
 #include "tests/support/SimulationFolder.h"
-
-#include <cstdlib>
-#include <cstring>
 
 namespace {
 
 using Drivers::PsuSlot;
-
-bool copiesFail = false;
-
-} // namespace
-
-// Stands in place of the C library's, for the library under test as well.
-extern "C" char *strdup( const char *text ) noexcept {
-    const size_t size = strlen( text ) + 1;
-    void *memory = copiesFail ? nullptr : malloc( size );
-    return memory ? static_cast<char *>( memcpy( memory, text, size ) ) : nullptr;
-}
-
-namespace {
 
 TEST_F( PsuSlotTest, KnownSupplyIsDescribed ) {
     add( "pmbus" );
@@ -73,13 +58,13 @@ TEST_F( PsuSlotTest, EachTextIsTheCallersOwn ) {
 
 TEST_F( PsuSlotTest, TextThatThereIsNoMemoryForIsAFailureUntilThereIs ) {
     add( "pmbus" );
-    copiesFail = true;
+    allocationFails = true;
     for ( int i = 0; i < 2; ++i ) {
         answerBlocks( "MODEL-A", "S1" );
         EXPECT_EQ( PL_STATUS_FAILED, presence() );
         EXPECT_EQ( "none", fdl );
     }
-    copiesFail = false;
+    allocationFails = false;
     answerBlocks( "MODEL-A", "S1" );
     EXPECT_EQ( PL_STATUS_OK, presence() );
     EXPECT_EQ( "<A S1>", fdl );

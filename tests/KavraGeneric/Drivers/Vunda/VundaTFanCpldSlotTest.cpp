@@ -1,6 +1,6 @@
 // The fan trays: presence, airflow and the description text.
 #include "tests/KavraGeneric/Components/Layout.h"
-#include "tests/KavraGeneric/Drivers/Vunda/FailingAllocation.h"
+#include "tests/KavraGeneric/Drivers/FailingAllocation.h"
 #include "tests/KavraGeneric/Drivers/Vunda/FanFixture.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Stands in place of the C library's functions, for the library under test as well.
 #undef _FORTIFY_SOURCE
-#include "tests/KavraGeneric/Drivers/Vunda/FailingAllocation.h"
+#include "tests/KavraGeneric/Drivers/FailingAllocation.h"
 
 #include <cstdarg>
 #include <cstdio>
