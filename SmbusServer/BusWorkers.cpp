@@ -1,7 +1,10 @@
 #include "SmbusServer/BusWorkers.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
+#include <string>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <utility>
@@ -12,8 +15,12 @@ BusWorkers::BusWorkers( sd_event *loop, Backend &backend, LaneOf laneOf )
     : backend_( backend ), laneOf_( std::move( laneOf ) ),
       wake_( eventfd( 0, EFD_CLOEXEC | EFD_NONBLOCK ) ) {
     sd_event_source *source = nullptr;
-    if ( sd_event_add_io( loop, &source, wake_.get(), EPOLLIN, ready, this ) < 0 ) {
-        throw std::runtime_error( "the bus workers cannot be watched" );
+    const int result = wake_.get() < 0
+                           ? -errno
+                           : sd_event_add_io( loop, &source, wake_.get(), EPOLLIN, ready, this );
+    if ( result < 0 ) {
+        throw std::runtime_error( std::string( "the bus workers cannot be watched: " ) +
+                                  strerror( -result ) );
     }
     source_.reset( source );
 }

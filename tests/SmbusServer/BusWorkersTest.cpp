@@ -222,9 +222,14 @@ TEST_F( BusWorkersTest, AreNotMadeWithoutADescriptorToWakeTheLoop ) {
     ASSERT_EQ( 0, getrlimit( RLIMIT_NOFILE, &before ) );
     const rlimit none = { 0, before.rlim_max };
     ASSERT_EQ( 0, setrlimit( RLIMIT_NOFILE, &none ) );
-    EXPECT_THROW( BusWorkers( loop.get(), backend, []( const BusName & ) { return size_t{ 0 }; } ),
-                  std::runtime_error );
+    std::string why;
+    try {
+        BusWorkers( loop.get(), backend, []( const BusName & ) { return size_t{ 0 }; } );
+    } catch ( const std::runtime_error &error ) {
+        why = error.what();
+    }
     setrlimit( RLIMIT_NOFILE, &before );
+    EXPECT_EQ( "the bus workers cannot be watched: Too many open files", why );
 }
 
 } // namespace
