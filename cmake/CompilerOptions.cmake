@@ -33,6 +33,8 @@ add_compile_options(
     $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>
     $<$<CXX_COMPILER_ID:Clang>:-Wunreachable-code>
 )
+# Collecting its garbage late makes g++ a tenth faster, and takes an eighth more memory.
+add_compile_options($<$<CXX_COMPILER_ID:GNU>:--param=ggc-min-heapsize=400000>)
 if(CMAKE_UNITY_BUILD) # in one translation unit a source's static names are shadowed by another's
     add_compile_options(-Wno-shadow
         $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wshadow=local>
