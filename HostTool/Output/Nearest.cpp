@@ -5,16 +5,22 @@
 
 namespace HostTool {
 
+// Edits are another character, one more, one fewer, and two neighbours the other way round.
 static size_t editDistance( std::string_view from, std::string_view to ) {
+    std::vector<size_t> twoAbove( to.size() + 1 );
+    std::vector<size_t> above( to.size() + 1 );
     std::vector<size_t> row( to.size() + 1 );
     std::iota( row.begin(), row.end(), size_t{ 0 } );
     for ( size_t i = 0; i < from.size(); ++i ) {
-        size_t diagonal = row[0];
+        twoAbove.swap( above );
+        above.swap( row );
         row[0] = i + 1;
         for ( size_t j = 0; j < to.size(); ++j ) {
-            const size_t replaced = diagonal + ( from[i] == to[j] ? 0 : 1 );
-            diagonal = row[j + 1];
-            row[j + 1] = std::min( { replaced, row[j] + 1, row[j + 1] + 1 } );
+            const size_t replaced = above[j] + ( from[i] == to[j] ? 0 : 1 );
+            row[j + 1] = std::min( { replaced, row[j] + 1, above[j + 1] + 1 } );
+            if ( i > 0 && j > 0 && from[i] == to[j - 1] && from[i - 1] == to[j] ) {
+                row[j + 1] = std::min( row[j + 1], twoAbove[j - 1] + 1 );
+            }
         }
     }
     return row[to.size()];
@@ -28,10 +34,15 @@ std::string nearest( std::string_view word, const std::vector<std::string> &know
     return best == known.end() ? std::string() : *best;
 }
 
+// All options begin alike: that says nothing about which is meant.
+static size_t lettersOf( std::string_view word ) {
+    return word.size() - std::min( word.find_first_not_of( '-' ), word.size() );
+}
+
 std::string didYouMean( std::string_view word, const std::vector<std::string> &known ) {
     const std::string candidate = nearest( word, known );
-    const size_t longer = std::max( word.size(), candidate.size() );
-    if ( candidate.empty() || editDistance( word, candidate ) * 2 > longer ) {
+    const size_t longer = std::max( lettersOf( word ), lettersOf( candidate ) );
+    if ( candidate.empty() || editDistance( word, candidate ) * 2 >= longer ) {
         return "";
     }
     return "; did you mean '" + candidate + "'?";

@@ -8,6 +8,11 @@ TEST( NearestTest, FewestEditsWin ) {
     EXPECT_EQ( "show", nearest( "shwo", { "list", "show", "set" } ) );
 }
 
+TEST( NearestTest, SwappedNeighboursAreOneEdit ) {
+    EXPECT_EQ( "fan2", nearest( "fna2", { "fan", "fan2" } ) );
+    EXPECT_EQ( "; did you mean 'name'?", didYouMean( "nmae", { "name" } ) );
+}
+
 TEST( NearestTest, FirstOfEqualsWins ) {
     EXPECT_EQ( "ab", nearest( "a", { "ab", "ac" } ) );
 }
@@ -23,4 +28,9 @@ TEST( NearestTest, SuggestsWhatIsMeant ) {
 
 TEST( NearestTest, SuggestsNothingFarFetched ) {
     EXPECT_EQ( "", didYouMean( "zzzz", { "inlet", "outlet" } ) );
+}
+
+TEST( NearestTest, DashesOfOptionsMakeThemNoNearer ) {
+    EXPECT_EQ( "", didYouMean( "--port", { "--for" } ) );
+    EXPECT_EQ( "; did you mean '--board'?", didYouMean( "--borad", { "--board", "--for" } ) );
 }
