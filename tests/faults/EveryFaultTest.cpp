@@ -16,6 +16,7 @@
 #include <cstring>
 #include <map>
 #include <tuple>
+#include <utility>
 
 using Faults::Kind;
 
@@ -29,8 +30,9 @@ namespace {
 
 constexpr unsigned stepOfFew = 7; // where an operation or two are tried
 constexpr unsigned stepOfCalls = isSanitized ? Sweep::usualStep : 1;
-// A device has as many callbacks as another of its driver, and each of them forks at least once.
-constexpr int devicesOfADriver = isSanitized ? 2 : INT_MAX;
+// A device has as many callbacks as another of its class and driver, each of which forks at least
+// once.
+constexpr int devicesOfAKind = isSanitized ? 2 : INT_MAX;
 
 class EveryFaultTest : public Sweep {
   protected:
@@ -77,9 +79,9 @@ void EveryFaultTest::meetAll( Kind kind ) {
         meet( init );
     }
     perform( initialisations().front() );
-    std::map<std::string, int> met;
+    std::map<std::pair<HostTool::DeviceClass, std::string>, int> met;
     for ( const HostTool::Entry &each : entries() ) {
-        if ( met[each.driver]++ < devicesOfADriver ) {
+        if ( met[{ each.deviceClass, each.driver }]++ < devicesOfAKind ) {
             meetEntry( each );
         }
     }
